@@ -1,0 +1,31 @@
+# Warnings, sanitizers and the thread-safety analysis, the same for every target of the project.
+add_compile_options(
+  -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wconversion -Wsign-conversion -Wnull-dereference -Wformat=2
+  -Wimplicit-fallthrough "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual;-Wold-style-cast>")
+if(TV_WARNINGS_AS_ERRORS)
+  add_compile_options(-Werror)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options(-Wthread-safety)
+endif()
+
+if(TV_SANITIZE)
+  add_compile_options(-fsanitize=${TV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TV_SANITIZE})
+endif()
+
+# Every source of a folder belongs to its target; a new file needs no list to be kept.
+function(tv_sources target)
+  foreach(folder IN LISTS ARGN)
+    file(GLOB found CONFIGURE_DEPENDS ${folder}/*.cpp)
+    target_sources(${target} PRIVATE ${found})
+  endforeach()
+endfunction()
+
+# TEMPORARY while the parts are being written.
+function(tv_subdirectory dir)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
+  if(found)
+    add_subdirectory(${dir})
+  endif()
+endfunction()
