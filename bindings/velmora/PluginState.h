@@ -1,0 +1,9 @@
+#pragma once
+
+enum PluginState {
+  PLUGIN_ERROR = 1,
+  PLUGIN_INACTIVE = 2,
+  PLUGIN_ACTIVE = 3,
+  PLUGIN_DISCOVERING = 4,
+  PLUGIN_DISCOVER_PENDING = 5
+};
