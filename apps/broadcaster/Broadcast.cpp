@@ -1,0 +1,74 @@
+#include "apps/broadcaster/Broadcast.h"
+
+#include "apps/broadcaster/si/Tables.h"
+
+namespace broadcaster {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// How far the schedule goes.
+constexpr std::chrono::hours SCHEDULE{8};
+
+/// The moment at a time of the stream.
+Moment momentAt(Moment start, Ticks now) {
+  return start + std::chrono::floor<std::chrono::seconds>(now);
+}
+
+/// A table of one section that stays the same.
+SectionStream::Source always(Bytes section) {
+  return [section = std::move(section)](Ticks) { return std::vector<Bytes>{section}; };
+}
+
+/// The tables of ISO/IEC 13818-1, at least ten times a second (TR 101 290, 5.2.1).
+void addProgramTables(Multiplexer& multiplexer, const Multiplex& multiplex) {
+  multiplexer.sections(pid::PAT).repeat(100ms, always(programAssociation(multiplex)));
+  for (std::size_t i = 0; i < multiplex.services.size(); ++i) {
+    const ServicePids pids(i);
+    multiplexer.sections(pids.pmt).repeat(100ms, always(programMap(multiplex, i)));
+    if (multiplex.services[i].type != ServiceType::Data) continue;
+    multiplexer.sections(pids.data()).repeat(500ms, always(engineeringData(multiplex.services[i])));
+  }
+}
+
+/// The tables of DVB but the guide, with the intervals of TR 101 211, 4.4, or shorter ones.
+void addServiceTables(Multiplexer& multiplexer, const Network& network, const Multiplex& own, Moment start) {
+  SectionStream& time = multiplexer.sections(pid::TDT);
+  time.repeat(5s, [start](Ticks now) { return std::vector<Bytes>{timeAndDate(momentAt(start, now))}; });
+  time.repeat(5s, [start, country = network.countryCode](Ticks now) {
+    return std::vector<Bytes>{timeOffset(momentAt(start, now), country)};
+  });
+  multiplexer.sections(pid::NIT).repeat(2s, always(networkInformation(network)));
+  for (const Multiplex& multiplex : network.multiplexes) {
+    multiplexer.sections(pid::SDT).repeat(&multiplex == &own ? 1s : 4s,
+                                          always(serviceDescription(network, multiplex, own)));
+  }
+}
+
+void addGuide(Multiplexer& multiplexer, const Network& network, const Multiplex& own, Moment start) {
+  SectionStream& guide = multiplexer.sections(pid::EIT);
+  for (const Multiplex& multiplex : network.multiplexes) {
+    const bool actual = &multiplex == &own;
+    for (const Service& service : multiplex.services) {
+      // The caller keeps network and multiplexes while the stream is made.
+      guide.repeat(actual ? 2s : 4s, [&network, &multiplex, &service, &own, start](Ticks now) {
+        return presentAndFollowing(network, multiplex, service, own, momentAt(start, now));
+      });
+      guide.repeat(actual ? 8s : 16s, [sections = eventSchedule(network, multiplex, service, own, start,
+                                                                start + SCHEDULE)](Ticks) { return sections; });
+    }
+  }
+}
+
+}  // namespace
+
+void makeMultiplex(const Network& network, const Multiplex& multiplex, Moment start, std::chrono::seconds length,
+                   const Multiplexer::Sink& sink) {
+  Multiplexer multiplexer(multiplex.bitRate);
+  addProgramTables(multiplexer, multiplex);
+  addServiceTables(multiplexer, network, multiplex, start);
+  addGuide(multiplexer, network, multiplex, start);
+  multiplexer.run(length, sink);
+}
+
+}  // namespace broadcaster
