@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "durix/durix.h"
@@ -43,6 +45,8 @@ class ProgramImpl : public Program {
   static std::string time_t_to_time_str(long t);
 
  private:
+  const std::string& readOnce(std::string* cache, durix_attribute attribute);
+
   const durix_esg_object _object;
 
   // Values that have been read, or the placeholder.
@@ -55,3 +59,19 @@ class ProgramImpl : public Program {
 
   std::atomic<ProgramImpl*> _next = nullptr;  // not owned; the notifier reads it without the service's mutex
 };
+
+/// True when `a` starts before `b`.
+bool sortProgramsByTime(Program* a, Program* b);
+
+/// True when `a` has the smaller content identifier (unsigned).
+bool programComparation(Program* a, Program* b);
+
+/// Sorts as `sortProgramsByTime` says. Each start time is read once; programmes of one start time keep their order.
+template <typename AnyProgram>
+void sortByStartTime(std::vector<AnyProgram*>* programs) {
+  std::vector<std::pair<std::int32_t, AnyProgram*>> timed;
+  timed.reserve(programs->size());
+  for (AnyProgram* const program : *programs) timed.emplace_back(program->getStartTimeT(), program);
+  std::stable_sort(timed.begin(), timed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::transform(timed.begin(), timed.end(), programs->begin(), [](const auto& entry) { return entry.second; });
+}

@@ -59,7 +59,7 @@ class ServiceImpl : public Service {
   std::vector<durix_esg_object> getFeeds();  // empty when the middleware gives none
   std::string getUri();                      // of the first feed
 
-  void addProgram(Program* program);  // the service owns it from here on
+  void addProgram(ProgramImpl* program);  // the service owns it from here on
   std::vector<Program*> getProgramList();
   std::vector<Program*> getCurrentPrograms();  // those that have not ended, in list order
   Program* getNextProgram();
@@ -68,10 +68,9 @@ class ServiceImpl : public Service {
   void flush();
 
  private:
-  bool endsAfter(Program* program, const std::string& now);
   ParentalRating* ownRating() BC_REQUIRES(_programMutex);
   void sortPrograms() BC_REQUIRES(_programMutex);
-  Program* findCurrent() BC_REQUIRES(_programMutex);
+  ProgramImpl* findCurrent() BC_REQUIRES(_programMutex);
 
   const durix_esg_object _object;
   std::atomic<int> _quality;  // -1 until read
@@ -79,6 +78,6 @@ class ServiceImpl : public Service {
 
   // guarded by the programme mutex, as is the host's rating pointer
   RankedMutex _programMutex{LockRank::Programmes};
-  std::vector<Program*> _programList BC_GUARDED_BY(_programMutex);  // owned
+  std::vector<ProgramImpl*> _programList BC_GUARDED_BY(_programMutex);  // owned
   bool _unsorted BC_GUARDED_BY(_programMutex) = true;
 };

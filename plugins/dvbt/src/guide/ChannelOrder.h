@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "guide/ServiceOrderFile.h"
-
 /// The rules of the channel list, on values that were read once for each reload: nothing is asked while a list is being
 /// sorted. Every result is a list of positions in the list that was given.
 namespace channel_order {
@@ -19,7 +17,17 @@ struct Key {
   std::string name;
 };
 
+/// A line of the user's order.
+struct Line {
+  std::int32_t id;
+  std::int32_t network;
+};
+
 using Positions = std::vector<std::size_t>;
+
+/// The lines "id.network" of the user's order. One with another number of fields than two is left out; a field that is
+/// no number counts as 0.
+std::vector<Line> parseLines(const std::string& text);
 
 /// True when a goes before b: types 1, 2, others; then by number (of others unsigned); then by name (not of others).
 bool goesBefore(const Key& a, const Key& b);
@@ -29,7 +37,7 @@ Positions byNumber(const std::vector<Key>& keys);
 
 /// First what the lines name, in their order; then the rest as it was. `network` is asked once for a service whose
 /// identifier the lines name, and for no other.
-Positions byUser(const std::vector<ServiceOrderFile::Line>& lines, const std::vector<std::uint32_t>& ids,
+Positions byUser(const std::vector<Line>& lines, const std::vector<std::uint32_t>& ids,
                  const std::function<int(std::size_t)>& network);
 
 /// One for each name and type: the first of the highest quality (unsigned), in the place of its first. `quality` is
