@@ -27,19 +27,19 @@ class LocationsXmlParser {
 
   /// Each appends the frequencies of one element; false when the node is of another kind, and for a range without end
   /// or step. A range that makes the list longer than any scan can be throws std::length_error.
-  bool parseSingle(TiXmlNode* node, std::vector<durix_scan_frequency>& frequencies);
-  bool parseRange(TiXmlNode* node, std::vector<durix_scan_frequency>& frequencies);
+  static bool parseSingle(TiXmlNode* node, std::vector<durix_scan_frequency>& frequencies);
+  static bool parseRange(TiXmlNode* node, std::vector<durix_scan_frequency>& frequencies);
 
-  // Words of the files to the middleware's numbers; -1 (0 for a receiver) for an unknown one.
-  int getDurixModulation(const std::string& text);
-  int getDurixFec(int codeRate);  // the digits of the code rate: 34 is 3/4
-  int getDurixPolarisation(const std::string& text);
-  ReceiverType getReceiverType(const std::string& text);
+  // Words of the files to the middleware's numbers (LocationsXmlTables.cpp); -1, for a receiver 0, where unknown.
+  static int getDurixModulation(const std::string& text);
+  static int getDurixFec(int codeRate);  // the digits of the code rate: 34 is 3/4
+  static int getDurixPolarisation(const std::string& text);
+  static ReceiverType getReceiverType(const std::string& text);
 
  private:
   bool load(const std::string& path);
   TiXmlElement* findLocation(const BCLocation& location);
-  bool parseFrequencies(TiXmlElement& element, BCLocation& location);
+  static bool parseFrequencies(TiXmlElement& element, BCLocation& location);
 
   TiXmlDocument _document;
 };

@@ -86,5 +86,7 @@ class ChannelScan {
   std::atomic<BCLocation*> _currentScanConfiguration = nullptr;  // the catalogue's
 
   RankedMutex _discoverMutex{LockRank::Discover};  // one start through the older entry at a time
-  RankedMutex _scanStart{LockRank::ScanStart};     // the start from the middleware's call to its last step
+  // The start, from the middleware's call to its last step; the notice of the new state is sent inside. Who hears it
+  // may ask the plugin, but must not wait for the event thread, which may be waiting here.
+  RankedMutex _scanStart{LockRank::ScanStart};
 };
