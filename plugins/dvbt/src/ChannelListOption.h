@@ -2,7 +2,9 @@
 
 #include "velmora/Option.h"
 
-/// The action "update the channel list".
+inline constexpr char CHANNEL_LIST_OPTION_ID[] = "velmora.option.channel_list.id";
+
+/// The action that asks for an update of the channel list.
 class ChannelListOption : public Option {
  public:
   ChannelListOption();

@@ -46,11 +46,11 @@ class ProgramChangedNotifier : public TimerListener {
 
  private:
   void expired(void* data);
-  ProgramChangedInfo* arm(ServiceImpl* service, Program* program, int phase) BC_REQUIRES(_mutex);
+  void currentEnded(ProgramChangedInfo* record, const ProgramChangedInfo& was);
+  void nextStarted(ProgramChangedInfo* record, const ProgramChangedInfo& was);
+  ProgramChangedInfo* remember(const ProgramChangedInfo& info) BC_REQUIRES(_mutex);
+  void await(ProgramChangedInfo* record) BC_REQUIRES(_mutex);  // sets the timeout of its phase
   bool isLive(const void* record) const BC_REQUIRES(_mutex);
-  void forgetRetired();
-  void currentEnded(ProgramChangedInfo* record, ProgramChangedInfo was);
-  void nextStarted(ProgramChangedInfo* record, ProgramChangedInfo was);
 
   VmTimer _timer;
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "durix/durix.h"
 #include "support/Lock.h"
 #include "velmora/VmThread.h"
 
@@ -89,9 +90,8 @@ class GuideUpdater {
 
  private:
   bool collectEvents(ServiceImpl* service, std::vector<Program*>* added);
-  void addProgram(ServiceImpl* service, ProgramImpl* program);
+  Program* addProgram(ServiceImpl* service, const durix_esg_object& event);
   void announce(ServiceImpl* service, std::vector<Program*>* added);
-  std::vector<Program*> candidates(const std::vector<std::string>& titles);
 
   // fixed after construction
   ServiceList& _services;  // outlives this, as the next two

@@ -76,14 +76,14 @@ class SettingsOptions {
 
  private:
   struct Change;
-  static const Change CHANGES[];
 
-  Option* addOption(OptionGroup& group, int type, int category, const std::string& id, const std::string& description);
-  Option* createOption(int type, int category, const std::string& id, const std::string& description);
+  std::unique_ptr<Option> createOption(OptionType type, OptionCategory category, const std::string& id,
+                                       const std::string& description);
   void addPlayback(OptionGroup& group);
   void addLanguages(OptionGroup& group);
   void addLocation(OptionGroup& group);
   void addChannels(OptionGroup& group);
+  std::vector<std::string> languages() const;
 
   void propertyTextChanged(Option* option);
   void propertyFlagChanged(Option* option);
