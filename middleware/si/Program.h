@@ -79,7 +79,8 @@ struct Component {
   std::vector<CaSystem> caSystems{};
 };
 
-/// Every language a component is told to be in, each once, in the order of its descriptors.
+/// The languages of a component by its language, teletext and subtitling descriptors, each once, in that order. The
+/// supplementary audio descriptor's is apart: it names the spoken language where the code is qad or qaa.
 std::vector<std::string> languagesOf(const Component& component);
 
 /// A programme as its PMT describes it.

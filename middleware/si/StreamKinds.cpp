@@ -106,7 +106,6 @@ std::vector<std::string> languagesOf(const Component& component) {
   for (const auto& entry : component.languages) add(entry.code);
   for (const auto& entry : component.teletext) add(entry.language);
   for (const auto& entry : component.subtitles) add(entry.language);
-  if (component.supplementaryAudio) add(component.supplementaryAudio->language);
   return languages;
 }
 
