@@ -1,5 +1,7 @@
 #include "apps/broadcaster/Broadcast.h"
 
+#include "apps/broadcaster/media/AudioSource.h"
+#include "apps/broadcaster/media/VideoSource.h"
 #include "apps/broadcaster/si/Tables.h"
 
 namespace broadcaster {
@@ -20,12 +22,12 @@ SectionStream::Source always(Bytes section) {
   return [section = std::move(section)](Ticks) { return std::vector<Bytes>{section}; };
 }
 
-/// The tables of ISO/IEC 13818-1, at least ten times a second (TR 101 290, 5.2.1).
+/// The tables of ISO/IEC 13818-1, ten times a second (TR 101 211, 4.4.1) although they may wait for other packets.
 void addProgramTables(Multiplexer& multiplexer, const Multiplex& multiplex) {
-  multiplexer.sections(pid::PAT).repeat(100ms, always(programAssociation(multiplex)));
+  multiplexer.sections(pid::PAT).repeat(90ms, always(programAssociation(multiplex)));
   for (std::size_t i = 0; i < multiplex.services.size(); ++i) {
     const ServicePids pids(i);
-    multiplexer.sections(pids.pmt).repeat(100ms, always(programMap(multiplex, i)));
+    multiplexer.sections(pids.pmt).repeat(90ms, always(programMap(multiplex, i)));
     if (multiplex.services[i].type != ServiceType::Data) continue;
     multiplexer.sections(pids.data()).repeat(500ms, always(engineeringData(multiplex.services[i])));
   }
@@ -51,11 +53,39 @@ void addGuide(Multiplexer& multiplexer, const Network& network, const Multiplex&
     const bool actual = &multiplex == &own;
     for (const Service& service : multiplex.services) {
       // The caller keeps network and multiplexes while the stream is made.
-      guide.repeat(actual ? 2s : 4s, [&network, &multiplex, &service, &own, start](Ticks now) {
+      guide.repeat(actual ? 1500ms : 4s, [&network, &multiplex, &service, &own, start](Ticks now) {
         return presentAndFollowing(network, multiplex, service, own, momentAt(start, now));
       });
       guide.repeat(actual ? 8s : 16s, [sections = eventSchedule(network, multiplex, service, own, start,
                                                                 start + SCHEDULE)](Ticks) { return sections; });
+    }
+  }
+}
+
+constexpr std::uint8_t VIDEO_STREAM = 0xE0;
+constexpr std::uint8_t AUDIO_STREAM = 0xC0;
+
+/// Pictures may come this long before their time; the start leaves room to bring the first ones (see PRELOAD).
+constexpr Ticks VIDEO_LEAD = 1200ms;
+/// Sound at 96 kbit/s is then 2.4 of the 3.5 kB that receivers keep for it (ISO/IEC 13818-1, 2.4.2.3).
+constexpr Ticks AUDIO_LEAD = 200ms;
+/// So that the last unit may go out before the end, and the first one still has some time.
+constexpr Ticks AUDIO_EARLY = ElementaryStream::PRELOAD - AUDIO_LEAD + 20ms;
+
+void addMedia(Multiplexer& multiplexer, const Multiplex& multiplex, Moment start, std::chrono::seconds length) {
+  for (std::size_t i = 0; i < multiplex.services.size(); ++i) {
+    const Service& service = multiplex.services[i];
+    const ServicePids pids(i);
+    if (service.video) {
+      multiplexer.add({.pid = pids.video(), .streamId = VIDEO_STREAM, .lead = VIDEO_LEAD, .carriesPcr = true},
+                      std::make_unique<VideoSource>(service, start, length.count() * TestPicture::PER_SECOND));
+    }
+    for (std::size_t track = 0; track < service.audio.size(); ++track) {
+      multiplexer.add({.pid = pids.audio(track),
+                       .streamId = AUDIO_STREAM,
+                       .lead = AUDIO_LEAD,
+                       .carriesPcr = !service.video && track == 0},
+                      std::make_unique<AudioSource>(service.audio[track], AUDIO_EARLY, length));
     }
   }
 }
@@ -68,6 +98,7 @@ void makeMultiplex(const Network& network, const Multiplex& multiplex, Moment st
   addProgramTables(multiplexer, multiplex);
   addServiceTables(multiplexer, network, multiplex, start);
   addGuide(multiplexer, network, multiplex, start);
+  addMedia(multiplexer, multiplex, start, length);
   multiplexer.run(length, sink);
 }
 

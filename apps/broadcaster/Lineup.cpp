@@ -6,19 +6,26 @@ namespace {
 /// TS 101 162 leaves 0xFF01 and up to private and temporary networks.
 constexpr std::uint16_t NETWORK_ID = 0xFF01;
 
-Video sd(Pattern pattern, VideoCodec codec = VideoCodec::Mpeg2) {
-  return {codec, 704, 576, 420'000, pattern};
+constexpr Colour TEAL{20, 110, 120};
+constexpr Colour SLATE{38, 70, 83};
+constexpr Colour VIOLET{110, 60, 110};
+constexpr Colour FOREST{40, 96, 60};
+constexpr Colour AEGEAN{40, 110, 170};
+constexpr Colour WINE{92, 34, 46};
+
+Video sd(Pattern pattern, const Colour& tint, VideoCodec codec = VideoCodec::Mpeg2) {
+  return {codec, 544, 576, 500'000, pattern, tint};
 }
 
 Multiplex first() {
-  Multiplex multiplex{474'000'000, 1, 2'400'000, {}};
+  Multiplex multiplex{474'000'000, 1, 3'000'000, {}};
   multiplex.services = {
       {.id = 0x0101,
        .number = 101,
        .name = "Colour One",
        .language = "eng",
        .caption = "COLOUR ONE",
-       .video = sd(Pattern::Bars),
+       .video = sd(Pattern::Bars, {}),
        .audio = {{"eng", 440.00, false}},
        .programmes = englishProgrammes()},
       {.id = 0x0102,
@@ -26,7 +33,7 @@ Multiplex first() {
        .name = "Télé Rivière",
        .language = "fra",
        .caption = "TELE RIVIERE",
-       .video = sd(Pattern::Waves),
+       .video = sd(Pattern::Waves, TEAL),
        .audio = {{"fra", 493.88, false}},
        .programmes = frenchProgrammes()},
       {.id = 0x0103,
@@ -35,7 +42,7 @@ Multiplex first() {
        .charset = Charset::Iso8859_5,
        .language = "rus",
        .caption = "SEVERNY SVET",
-       .video = sd(Pattern::Grid),
+       .video = sd(Pattern::Grid, SLATE),
        .audio = {{"rus", 523.25, false}},
        .programmes = russianProgrammes()},
       {.id = 0x0104,
@@ -51,8 +58,8 @@ Multiplex first() {
 }
 
 Multiplex second(bool h264) {
-  Multiplex multiplex{482'000'000, 2, 2'400'000, {}};
-  const Video hd{h264 ? VideoCodec::H264 : VideoCodec::Mpeg2, 1280, 720, 1'000'000, Pattern::Bars};
+  Multiplex multiplex{482'000'000, 2, 3'000'000, {}};
+  const Video hd{h264 ? VideoCodec::H264 : VideoCodec::Mpeg2, 1280, 720, 1'000'000, Pattern::Bars, {}};
   multiplex.services = {
       // The same channel as on the first multiplex: one name, but here with marks for its short form, as on the air.
       {.id = 0x0201,
@@ -70,7 +77,7 @@ Multiplex second(bool h264) {
        .charset = Charset::Iso8859_9,
        .language = "tur",
        .caption = "KUTUP YILDIZI",
-       .video = sd(Pattern::Sunset),
+       .video = sd(Pattern::Sunset, VIOLET),
        .audio = {{"tur", 587.33, false}},
        .programmes = turkishProgrammes()},
       {.id = 0x0203,
@@ -86,7 +93,7 @@ Multiplex second(bool h264) {
 }
 
 Multiplex third(bool h264) {
-  Multiplex multiplex{490'000'000, 3, 2'400'000, {}};
+  Multiplex multiplex{490'000'000, 3, 3'000'000, {}};
   multiplex.services = {
       {.id = 0x0301,
        .number = 5,
@@ -94,7 +101,7 @@ Multiplex third(bool h264) {
        .charset = Charset::Iso8859_2,
        .language = "ces",
        .caption = "CESKA VLNA",
-       .video = sd(Pattern::Waves),
+       .video = sd(Pattern::Waves, FOREST),
        .audio = {{"ces", 659.26, false}},
        .programmes = czechProgrammes()},
       {.id = 0x0302,
@@ -104,7 +111,7 @@ Multiplex third(bool h264) {
        .charset = Charset::Utf8,
        .language = "ell",
        .caption = "ELLINIKO FOS",
-       .video = sd(Pattern::Sunset, h264 ? VideoCodec::H264 : VideoCodec::Mpeg2),
+       .video = sd(Pattern::Sunset, AEGEAN, h264 ? VideoCodec::H264 : VideoCodec::Mpeg2),
        .audio = {{"ell", 698.46, false}},
        .programmes = greekProgrammes()},
       {.id = 0x0303,
@@ -112,7 +119,7 @@ Multiplex third(bool h264) {
        .name = "Cinema Vault",
        .language = "eng",
        .caption = "CINEMA VAULT",
-       .video = sd(Pattern::Grid),
+       .video = sd(Pattern::Grid, WINE),
        .audio = {{"eng", 783.99, false}},
        .programmes = filmProgrammes(),
        .isProtected = true},

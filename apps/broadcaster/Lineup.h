@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "apps/broadcaster/Programmes.h"
+#include "apps/broadcaster/media/Picture.h"
 #include "apps/broadcaster/si/Text.h"
 
 namespace broadcaster {
@@ -30,6 +31,7 @@ struct Video {
   int height = 0;
   int bitRate = 0;  // bits per second, on average and at most
   Pattern pattern = Pattern::Bars;
+  Colour tint{};  // of the patterns but the bars
 };
 
 struct Audio {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "apps/broadcaster/Broadcast.h"
+#include "apps/broadcaster/media/VideoSource.h"
 
 namespace broadcaster {
 namespace {
@@ -115,7 +116,7 @@ void summarise(const Network& network, const Order& order) {
 
 void produce(const Order& order) {
   makeDirectory(order.directory);
-  const Network network = sampleNetwork(true);
+  const Network network = sampleNetwork(canEncodeH264());
   std::int64_t whole = 1;
   for (const Multiplex& multiplex : network.multiplexes) whole += multiplex.bitRate / 8 * order.length.count();
 

@@ -110,7 +110,7 @@ Moment readMoment(const std::string& text) {
     moment = Moment(seconds(epoch));
   }
   if (moment < FIRST_MOMENT || moment > LAST_MOMENT) {
-    throw std::invalid_argument("the tables of a broadcast can say times up to 2038-04-22 only");
+    throw std::invalid_argument("the tables of a broadcast can say times from 1970-01-01 to 2038-04-14 only");
   }
   return moment;
 }

@@ -11,9 +11,10 @@ namespace broadcaster {
 
 using Moment = std::chrono::sys_seconds;
 
-/// The days that 16 bits of a modified Julian date can say (EN 300 468 annex C): the first and the last moment.
+/// Moments at which a broadcast may begin. The modified Julian date has 16 bits, which end on 2038-04-22 (EN 300 468
+/// annex C); a week of guide comes after the last one.
 constexpr Moment FIRST_MOMENT = std::chrono::sys_days(std::chrono::year(1970) / 1 / 1);
-constexpr Moment LAST_MOMENT = std::chrono::sys_days(std::chrono::year(2038) / 4 / 22) + std::chrono::hours(23);
+constexpr Moment LAST_MOMENT = std::chrono::sys_days(std::chrono::year(2038) / 4 / 14);
 
 /// UTC as 40 bits: modified Julian date, then six decimal digits (EN 300 468 annex C and 5.2.5).
 void writeUtc(ByteWriter& writer, Moment moment);
