@@ -38,8 +38,8 @@ Encoder makeEncoder(const Video& video) {
   context.flags |= static_cast<int>(AV_CODEC_FLAG_CLOSED_GOP);  // so that the end of a file joins its beginning
   context.bit_rate = video.bitRate;
   context.rc_max_rate = video.bitRate;
-  context.rc_buffer_size = video.bitRate;  // one second
-  context.rc_initial_buffer_occupancy = video.bitRate;
+  context.rc_buffer_size = video.bitRate;                   // one second
+  context.rc_initial_buffer_occupancy = video.bitRate / 2;  // the first second is not much more than the others
   if (h264) {
     // ITU-T H.222.0, 2.14.1 wants access unit delimiters.
     encoder.open({{"preset", "ultrafast"}, {"x264-params", "aud=1:scenecut=0"}});
