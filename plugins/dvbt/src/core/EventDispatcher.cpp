@@ -100,7 +100,7 @@ void EventDispatcher::forgetReceiver() {
 void EventDispatcher::receiverOn(const EventRecord& event) {
   _parts.scan.waitForScanStart();
   ++_receiverCount;
-  _parts.scan.setReceiverReady(true);
+  _parts.scan.setReceiverReady();
   _receiverProtocolType = BroadcastProvider::getProtocolType(event.word(DURIX_OFFSET_RECEIVER_ON_PROTOCOL));
   _receiverType = BroadcastProvider::getReceiverType(event.word(DURIX_OFFSET_RECEIVER_ON_TYPE));
   BC_INFO(LOG, "DURIX_EVENT_RECEIVER_ON");

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "durix/durix.h"
+#include "durix/durix_player.h"
 #include "support/EventRecord.h"
 #include "velmora/BroadcastPlugin.h"
 

@@ -1,0 +1,412 @@
+#include "BroadcastPlayer.h"
+
+#include <map>
+#include <set>
+
+#include "ProgramImpl.h"
+#include "ServiceImpl.h"
+#include "guide/EsgAttributes.h"
+#include "playback/FeedChooser.h"
+#include "playback/ListenerDirectory.h"
+#include "playback/SharedVolume.h"
+#include "support/Border.h"
+#include "support/EventRecord.h"
+#include "support/Gate.h"
+#include "support/Log.h"
+#include "support/Visitors.h"
+#include "velmora/Recorder.h"
+#include "velmora/Velmora.h"
+
+namespace {
+
+const LogSource LOG{Logger::loggerFactory("BC_PLAYER"), "plugins/dvbt/src/BroadcastPlayer"};
+
+const std::string PARENTAL_CONTROL = "velmora.option.parentalcontrol.id";
+}  // namespace
+
+/// What all players share; never destroyed, because late events may still ask.
+struct BroadcastPlayer::Registry {
+  ListenerDirectory listeners;
+
+  RankedMutex _lives{LockRank::MainPlayer};
+  std::set<BroadcastPlayer*> living BC_GUARDED_BY(_lives);
+  BroadcastPlayer* mainPlayer BC_GUARDED_BY(_lives) = nullptr;
+
+  RankedMutex registration{LockRank::FeedRegistration};  // deciding on and making a registration of feeds-changed
+
+  RankedMutex _listMutex{LockRank::Player};
+  std::map<durix_player*, BroadcastPlayer*> _players BC_GUARDED_BY(_listMutex);
+  Visitors eventThreads;  // between finding a player here and letting go of it
+};
+
+BroadcastPlayer::Registry& BroadcastPlayer::registry() {
+  static Registry* const shared = new Registry;
+  return *shared;
+}
+
+class BroadcastPlayer::PlayerPluginListener : public PluginListener {
+ public:
+  explicit PlayerPluginListener(BroadcastPlayer& player) : _player(player) {}
+
+  void notifyProgramStarted(Plugin* plugin, Service* service, Program* program) override {
+    _player.notifyProgramStarted(plugin, service, program);
+  }
+  void notifyProgramEnded(Plugin* plugin, Service* service, Program* program) override {
+    _player.notifyProgramEnded(plugin, service, program);
+  }
+  void notifyCurrentProgram(Plugin* plugin, Service* service, Program* program) override {
+    BC_INFO(LOG, "BroadcastPlayer received current program: %s : %s", service->getName().c_str(),
+            program->getName().c_str());
+    _player.notifyProgramStarted(plugin, service, program);
+  }
+
+ private:
+  BroadcastPlayer& _player;
+};
+
+class BroadcastPlayer::PlayerOptionListener : public OptionListener {
+ public:
+  explicit PlayerOptionListener(BroadcastPlayer& player) : _player(player) {}
+  void optionChanged(Option* option) override { _player.optionChanged(option); }
+
+ private:
+  BroadcastPlayer& _player;
+};
+
+BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, void* window, PlayerListener* listener,
+                                 bool subtitlesEnabled, bool secondary)
+    : _window(window), _listener(listener), _secondary(secondary), _subtitlesEnabled(subtitlesEnabled) {
+  if (content == nullptr && _content == nullptr) {
+    BC_ERR(LOG, "BroadcastPlayer Failed, no content provided");
+    return;
+  }
+  _content = content;
+  _plugin = plugin;
+  _pluginListener = new PlayerPluginListener(*this);
+  plugin->addListener(_pluginListener);
+  listenToParentalControl();
+  const durix_render_data render{DURIX_RENDER_VIDEO, window, nullptr, nullptr};
+  const durix_return_code code = durix_player_create(&_handle, &render, listener);
+  if (code != DURIX_OK) {
+    BC_ERR(LOG, "durix_player_create Failed error:%u", code);
+    _handle = nullptr;
+  }
+  if (content->getAvType() != AvContent::AV_RECORDING) _duration = static_cast<unsigned>(content->getDuration());
+  registry().listeners.add(_handle, listener);
+  if (_secondary) {
+    if (durix_player_volume_set(_handle, 0) != DURIX_OK) {
+      BC_ERR(LOG, "Secondary player durix_player_volume_set(0) Failed");
+    }
+  } else {
+    setMute(shared_volume::hostMute());
+    shared_volume::setVolume(shared_volume::hostVolume());
+    _volume = shared_volume::volume();
+  }
+  {
+    const Lock lock(registry()._lives);
+    registry().living.insert(this);
+  }
+  if (_handle == nullptr) return;
+  const Lock lock(registry()._listMutex);
+  registry()._players.insert({_handle, this});
+}
+
+void BroadcastPlayer::listenToParentalControl() {
+  _optionListener = new PlayerOptionListener(*this);
+  for (const OptionGroup* const group : Velmora::getInstance()->getOptions()) {
+    Option* const option = group->getOption(PARENTAL_CONTROL);
+    if (option == nullptr) continue;
+    _parentalOption = dynamic_cast<OptionGroup*>(option);
+    _parentalOptions.push_back(option);
+    option->addOptionListener(_optionListener);
+  }
+}
+
+BroadcastPlayer::~BroadcastPlayer() {
+  stop();
+  for (Option* const option : _parentalOptions) option->removeOptionListener(_optionListener);
+  delete _optionListener;
+  {
+    const Lock lock(registry()._lives);
+    registry().living.erase(this);
+    if (registry().mainPlayer == this) registry().mainPlayer = nullptr;
+  }
+  if (BroadcastPlugin* const plugin = _plugin) plugin->removeListener(_pluginListener);
+  delete _pluginListener;
+  if (_handle == nullptr) return;
+  {
+    const Lock lock(registry()._listMutex);
+    const auto entry = registry()._players.find(_handle);
+    if (entry != registry()._players.end() && entry->second == this) registry()._players.erase(entry);
+  }
+  registry().eventThreads.waitUntilLeft(this);
+  registry().listeners.remove(_handle);
+  durix_player_destroy(_handle);
+}
+
+void BroadcastPlayer::setMainPlayer(BroadcastPlayer* player) {
+  const Lock lock(registry()._lives);
+  registry().mainPlayer = player;
+}
+
+void BroadcastPlayer::withMainPlayer(const std::function<void(BroadcastPlayer&)>& use) {
+  const Lock lock(registry()._lives);
+  if (registry().mainPlayer != nullptr) use(*registry().mainPlayer);
+}
+
+void BroadcastPlayer::forgetContents(const std::vector<Service*>& services) {
+  const std::set<const AvContent*> dying(services.begin(), services.end());
+  const Lock lives(registry()._lives);
+  for (BroadcastPlayer* const player : registry().living) {
+    const Lock lock(player->_lock);
+    const auto* const program = dynamic_cast<Program*>(player->_content);
+    const AvContent* const service = program == nullptr ? player->_content : program->getService();
+    if (dying.contains(service)) player->_content = nullptr;
+  }
+}
+
+void BroadcastPlayer::forgetPlugin(const BroadcastPlugin* plugin) {
+  const Lock lives(registry()._lives);
+  for (BroadcastPlayer* const player : registry().living) {
+    BroadcastPlugin* const its = player->_plugin;
+    if (its != plugin) continue;
+    player->_plugin = nullptr;
+    its->removeListener(player->_pluginListener);
+    const Lock lock(player->_lock);
+    player->_content = nullptr;
+  }
+}
+
+AvContent* BroadcastPlayer::content() {
+  const Lock lock(_lock);
+  return _content;
+}
+
+void BroadcastPlayer::setContent(AvContent* content) {
+  const Lock lock(_lock);
+  _content = content;
+}
+
+bool BroadcastPlayer::isValid() {
+  BroadcastPlugin* const plugin = _plugin;
+  if (plugin != nullptr && (plugin->getState() == PLUGIN_ACTIVE || plugin->getRecorder() != nullptr)) return true;
+  BC_INFO(LOG, "Tried to start BroadcastPlayer when plugin was NOT ACTIVE!");
+  return false;
+}
+
+/// Tells the listener instead of starting when parental control forbids the content.
+bool BroadcastPlayer::isBlockedByParentalControl() {
+  AvContent* const playing = content();
+  return playing != nullptr && playing->isBlockedByParentalControl();
+}
+
+bool BroadcastPlayer::start(bool flag) {
+  BC_INFO(LOG, "BroadcastPlayer::start()");
+  if (_handle == nullptr) BC_ERR(LOG, "ERROR in BroadcastPlayer. durixPlayer handle wasn't inited on creation");
+  if (!isValid()) return false;
+  AvContent* const playing = content();
+  if (playing == nullptr) return false;
+  if (!_secondary && playing->isPlaying()) return true;
+  if (!gate::Pass()) return false;  // the plugin is closing
+  if (isBlockedByParentalControl()) {
+    if (_listener == nullptr) return false;
+    BC_WARN(LOG, "BroadcastPlayer call PlayerListener.playerBlocked() by parental control");
+    _blocked = true;  // first: the host may delete this player in the call
+    _listener->playerBlocked();
+    return true;
+  }
+  const std::vector<durix_esg_object> feeds = feed_chooser::feedsOf(playing);
+  BC_INFO(LOG, "%u Feeds found, selecting feeds to be activated", static_cast<unsigned>(feeds.size()));
+  Feeds chosen;
+  const std::vector<durix_esg_object> activated = chooseFeeds(feeds, &chosen);
+  {
+    const Lock lock(_lock);
+    _feeds = chosen;
+  }
+  BC_INFO(LOG, "found %u Feeds to be activated", static_cast<unsigned>(activated.size()));
+  if (!addFeeds(activated)) return false;
+  const durix_return_code code = durix_player_start(_handle, flag);
+  if (code != DURIX_OK) {
+    BC_ERR(LOG, "durix_player_start Failed return_code = %u", code);
+    return false;
+  }
+  showSelectedLanguages();
+  if (!_secondary) {
+    applySharedVolume();
+    const Lock lock(_lock);
+    if (_content != nullptr) _content->setPlaying(true);
+  }
+  _started = true;
+  return true;
+}
+
+std::vector<durix_esg_object> BroadcastPlayer::chooseFeeds(const std::vector<durix_esg_object>& feeds, Feeds* chosen) {
+  std::vector<durix_esg_object> activated;
+  const auto choose = [&](durix_esg_object* slot, std::uint32_t type, const std::string& language,
+                          std::uint32_t contentType) {
+    const durix_esg_object found = feed_chooser::findFeedType(feeds, type, language, contentType);
+    if (feed_chooser::isEmpty(found)) return;
+    activated.push_back(found);
+    *slot = found;
+  };
+  BroadcastPlugin* const plugin = _plugin;
+  const std::string audioLanguage = plugin == nullptr ? std::string() : plugin->getPreferredAudioLanguage();
+  // A secondary player is silent: it gets neither sound nor subtitles.
+  if (!_secondary) choose(&chosen->audio, DURIX_FEED_AUDIO, audioLanguage, getPreferredAudioType());
+  choose(&chosen->video, DURIX_FEED_VIDEO, {}, DURIX_FEED_CONTENT_ANY);
+  if (!_secondary) choose(&chosen->audio, DURIX_FEED_AUDIO_SECOND, audioLanguage, getPreferredAudioType());
+  choose(&chosen->video, DURIX_FEED_VIDEO_SECOND, {}, DURIX_FEED_CONTENT_ANY);
+  if (_subtitlesEnabled && !_secondary) {
+    BC_INFO(LOG, "BroadcastPlayer::subtitles are enabled ");
+    const std::string language = plugin == nullptr ? std::string() : plugin->getPreferredSubtitleLanguage();
+    choose(&chosen->subtitle, DURIX_FEED_SUBTITLES, language, DURIX_FEED_CONTENT_ANY);
+    choose(&chosen->subtitle, DURIX_FEED_SUBTITLES_SECOND, language, DURIX_FEED_CONTENT_ANY);
+  }
+  return activated;
+}
+
+bool BroadcastPlayer::addFeeds(const std::vector<durix_esg_object>& feeds) {
+  for (const durix_esg_object& feed : feeds) {
+    const durix_return_code code = durix_player_feed_add(_handle, &feed);
+    if (code == DURIX_OK) continue;
+    BC_ERR(LOG, "durix_player_feed_add Failed return_code = %u", code);
+    return false;
+  }
+  return true;
+}
+
+void BroadcastPlayer::showSelectedLanguages() {
+  const Lock lock(_lock);
+  _selectedAudioLanguage = feed_chooser::shownAudioLanguage(_feeds.audio);
+  const bool subtitles = _subtitlesEnabled && !feed_chooser::isEmpty(_feeds.subtitle);
+  _selectedSubtitleLanguage =
+      subtitles ? getStringAttribute(&_feeds.subtitle, DURIX_ATTRIBUTE_LANGUAGE) : std::string();
+}
+
+void BroadcastPlayer::applySharedVolume() {
+  setMute(shared_volume::hostMute());
+  shared_volume::setVolume(shared_volume::hostVolume());
+  setVolume(shared_volume::volume());
+}
+
+bool BroadcastPlayer::stop() {
+  if (!_started.exchange(false)) return true;  // one of several stops at once does the work
+  unregisterFeedsChanged();
+  {
+    const Lock lock(_lock);
+    _callbackRegistered = false;
+    BC_INFO(LOG, "BroadcastPlayer::stop()");
+    if (!_secondary && _content != nullptr) _content->setPlaying(false);
+    _feeds = {};
+  }
+  const durix_return_code code = durix_player_stop(_handle);
+  if (code == DURIX_OK) return true;
+  BC_ERR(LOG, "durix_player_stop Failed, return_code = %u", code);
+  return false;
+}
+
+/// Takes the player out of the registry and its feeds-changed callback with it. The middleware removes the callback of
+/// every player, so that others that still want it are registered again.
+void BroadcastPlayer::unregisterFeedsChanged() {
+  const Lock registration(registry().registration);
+  bool removes = false;
+  std::vector<durix_player*> others;
+  {
+    const Lock lock(registry()._listMutex);
+    registry()._players.erase(_handle);
+    removes = _callbackRegistered.exchange(false) && !_secondary;
+    for (const auto& [handle, player] : registry()._players) {
+      if (player->_callbackRegistered) others.push_back(handle);
+    }
+  }
+  if (!removes) return;
+  durix_callback_remove(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged);
+  for (durix_player* const other : others) {
+    durix_callback_add(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged, other);
+  }
+}
+
+void BroadcastPlayer::sendNotifyPlayer(durix_player* player, Plugin* /*plugin*/, bool isStarted, bool hasError) {
+  BC_INFO(LOG, "sendNotifyPlayer isStarted %d, hasError %d", static_cast<int>(isStarted), static_cast<int>(hasError));
+  registry().listeners.tellState(player, isStarted, hasError, LOG);
+  if (!isStarted) return;
+  const Lock registration(registry().registration);
+  {
+    const Lock lock(registry()._listMutex);
+    const auto entry = registry()._players.find(player);
+    if (entry == registry()._players.end() || entry->second->_callbackRegistered.exchange(true)) return;
+  }
+  durix_callback_add(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged, player);
+}
+
+void BroadcastPlayer::handleFeedsChanged(durix_event_data* data, void* user) {
+  const gate::Pass pass;
+  if (!pass || user == nullptr || data == nullptr) return;
+  BroadcastPlayer* player = nullptr;
+  {
+    const Lock lock(registry()._listMutex);
+    const auto entry = registry()._players.find(static_cast<durix_player*>(user));
+    if (entry == registry()._players.end() || !entry->second->_callbackRegistered) return;
+    player = entry->second;
+    registry().eventThreads.enter(player);
+  }
+  atBorder(LOG, "feeds changed", [&] { player->feedsChanged(data); });
+  registry().eventThreads.leave(player);
+}
+
+void BroadcastPlayer::feedsChanged(const durix_event_data* data) {
+  const EventRecord event(data);
+  const Lock lock(_lock);
+  if (!_started || !_callbackRegistered || _content == nullptr) return;
+  if (!_secondary && !_content->isPlaying()) return;
+  if (feed_chooser::isEmpty(_feeds.audio) && feed_chooser::isEmpty(_feeds.video)) return;
+  auto* service = dynamic_cast<ServiceImpl*>(_content);
+  const auto* const program = dynamic_cast<ProgramImpl*>(_content);
+  if (service == nullptr && program == nullptr) return;
+  const std::uint32_t id = event.word(DURIX_OFFSET_FEEDS_CHANGED_SERVICE);
+  BC_INFO(LOG, "DURIX_EVENT_FEEDS_CHANGED, id:%d", static_cast<int>(id));
+  if (event.word(DURIX_OFFSET_FEEDS_CHANGED_STATE) != 1) return;
+  if (program != nullptr) service = dynamic_cast<ServiceImpl*>(program->getService());
+  if (service == nullptr || service->getId() != id) return;
+  const std::vector<durix_esg_object> feeds = service->getFeeds();
+  if (feeds.empty()) return;
+  BC_INFO(LOG, "Changing feeds...");
+  exchangeFeeds(feeds);
+}
+
+/// First the old feeds go, then the new ones come; a slot whose removal failed keeps its feed.
+void BroadcastPlayer::exchangeFeeds(const std::vector<durix_esg_object>& feeds) {
+  using namespace feed_chooser;
+  const durix_esg_object video = findFeedType(feeds, DURIX_FEED_VIDEO, {}, DURIX_FEED_CONTENT_ANY);
+  removeChanged(&_feeds.video, video);
+  durix_esg_object audio{};
+  durix_esg_object subtitle{};
+  if (!_secondary) {
+    audio = findFeedType(feeds, DURIX_FEED_AUDIO, audioWish(_selectedAudioLanguage).language, DURIX_FEED_CONTENT_ANY);
+    removeChanged(&_feeds.audio, audio);
+    subtitle = findFeedType(feeds, DURIX_FEED_SUBTITLES, _selectedSubtitleLanguage, DURIX_FEED_CONTENT_ANY);
+    removeChanged(&_feeds.subtitle, subtitle);
+  }
+  addChanged(&_feeds.video, video);
+  if (_secondary) return;
+  if (addChanged(&_feeds.audio, audio)) _selectedAudioLanguage = shownAudioLanguage(audio);
+  if (_subtitlesEnabled && addChanged(&_feeds.subtitle, subtitle)) {
+    _selectedSubtitleLanguage = getStringAttribute(&subtitle, DURIX_ATTRIBUTE_LANGUAGE);
+  }
+}
+
+bool BroadcastPlayer::removeChanged(durix_esg_object* slot, const durix_esg_object& replacement) {
+  if (feed_chooser::isEmpty(replacement) || feed_chooser::isEmpty(*slot)) return false;
+  if (durix_player_feed_remove(_handle, slot) != DURIX_OK) return false;
+  BC_INFO(LOG, "Feed %d removed", static_cast<int>(slot->id));
+  *slot = {};
+  return true;
+}
+
+bool BroadcastPlayer::addChanged(durix_esg_object* slot, const durix_esg_object& feed) {
+  if (feed_chooser::isEmpty(feed) || !feed_chooser::isEmpty(*slot)) return false;
+  if (durix_player_feed_add(_handle, &feed) != DURIX_OK) return false;
+  BC_INFO(LOG, "Feed %d added", static_cast<int>(feed.id));
+  *slot = feed;
+  return true;
+}
