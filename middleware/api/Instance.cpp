@@ -1,0 +1,162 @@
+#include "middleware/api/Instance.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+#include "middleware/api/Failure.h"
+#include "middleware/portability/Clock.h"
+#include "middleware/portability/Files.h"
+#include "middleware/portability/HandleTable.h"
+#include "middleware/portability/Log.h"
+
+namespace durix {
+namespace {
+
+// Life of the one instance: none -> starting -> running -> stopping -> none. Handles live in the table while it runs.
+struct Life {
+  HandleTable<durix_handle, Instance> handles;
+
+  // guarded by mutex, a leaf
+  std::mutex mutex;
+  bool isTaken = false;  // from starting to stopping
+  std::shared_ptr<Instance> running;
+  std::string startFailure;
+};
+
+// Never destroyed: a call may come while the process ends.
+Life& life() {
+  static Life* const instance = new Life;
+  return *instance;
+}
+
+// Takes the one place, and gives it back unless it is kept.
+class Place {
+ public:
+  Place() {
+    const std::scoped_lock lock(life().mutex);
+    if (std::exchange(life().isTaken, true)) throw Failure(Code::Busy, "the middleware is running already");
+  }
+  Place(const Place&) = delete;
+  Place& operator=(const Place&) = delete;
+  ~Place() {
+    if (_isKept) return;
+    const std::scoped_lock lock(life().mutex);
+    life().isTaken = false;
+  }
+  void keep() { _isKept = true; }
+
+ private:
+  bool _isKept = false;
+};
+
+std::vector<ReceiverSettings> chosenReceivers(Store& store) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the process sets its environment before it starts the middleware
+  const char* const given = std::getenv("DURIX_RECEIVERS");
+  if (given != nullptr && *given != '\0') return parseReceivers(given);
+  if (const auto selected = store.selection()) {
+    return {parseSelection(selected->type, selected->source, selected->options)};
+  }
+  return {};
+}
+
+// The clock of the platform, before anything can have read it.
+void startClock(const std::vector<std::unique_ptr<Broadcast>>& broadcasts) {
+  clock::reset();
+  for (const auto& broadcast : broadcasts) {
+    if (broadcast->settings().time != TimeMode::Stream) continue;
+    const auto time = broadcast->firstTime();
+    if (!time) continue;
+    clock::set(*time);
+    return;
+  }
+}
+
+EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {
+  const ReceiverType type = broadcast.settings().type;
+  EventRecord record(change == Presence::Change::Announced ? DURIX_EVENT_RECEIVER_ON : DURIX_EVENT_RECEIVER_OFF);
+  record.put(DURIX_OFFSET_RECEIVER_ON_PROTOCOL, static_cast<std::uint32_t>(protocolOf(type)));
+  record.put(DURIX_OFFSET_RECEIVER_ON_TYPE, static_cast<std::uint32_t>(type));
+  return record;
+}
+
+}  // namespace
+
+durix_handle* Instance::start(const std::filesystem::path& dataDirectory,
+                              std::span<const durix_callback_entry> callbacks) {
+  Place place;
+  const std::shared_ptr<Instance> instance(new Instance(dataDirectory));
+  for (const auto& entry : callbacks) {
+    instance->events().add(entry.event, entry.handler, nullptr, EventQueue::Scope::Instance);
+  }
+  instance->startReceivers();
+  setDataDirectory(dataDirectory);
+  removeAbandonedFiles(dataDirectory);
+  const std::scoped_lock lock(life().mutex);
+  life().running = instance;
+  place.keep();
+  return life().handles.add(instance);
+}
+
+std::shared_ptr<Instance> Instance::find(const durix_handle* handle) {
+  auto instance = life().handles.find(handle);
+  if (instance == nullptr) throw Failure(Code::NoInstance);
+  return instance;
+}
+
+std::shared_ptr<Instance> Instance::current() {
+  const std::scoped_lock lock(life().mutex);
+  if (life().running == nullptr) throw Failure(Code::NoInstance);
+  return life().running;
+}
+
+void Instance::stop(const durix_handle* handle) {
+  const auto instance = life().handles.remove(handle);
+  if (instance == nullptr) throw Failure(Code::NoInstance);
+  {
+    const std::scoped_lock lock(life().mutex);
+    life().running.reset();
+  }
+  instance->shutDown();
+  const std::scoped_lock lock(life().mutex);
+  life().isTaken = false;
+}
+
+std::string Instance::startFailure() {
+  const std::scoped_lock lock(life().mutex);
+  return life().startFailure;
+}
+
+void Instance::setStartFailure(const std::string& text) {
+  const std::scoped_lock lock(life().mutex);
+  life().startFailure = text;
+}
+
+Instance::Instance(const std::filesystem::path& dataDirectory) : _store(dataDirectory), _events(EventQueue::create()) {}
+
+void Instance::startReceivers() {
+  std::vector<std::unique_ptr<Broadcast>> broadcasts;
+  for (auto& settings : chosenReceivers(_store)) {
+    broadcasts.push_back(std::make_unique<DirectoryBroadcast>(std::move(settings)));
+  }
+  startClock(broadcasts);
+  const auto notice = [events = _events](const Broadcast& broadcast, Presence::Change change) {
+    events->post(receiverEvent(broadcast, change));
+  };
+  _receivers = std::make_unique<ReceiverPool>(std::move(broadcasts), notice);
+  _scan = std::make_unique<ChannelScan>(*_events, *_receivers, _store);
+}
+
+Instance::~Instance() {
+  shutDown();  // for one that did not get through its start
+}
+
+// In the order of who produces for whom.
+void Instance::shutDown() {
+  if (_scan != nullptr) _scan->stop();
+  if (_receivers != nullptr) _receivers->stop();
+  _events->stop();
+  _store.close();
+}
+
+}  // namespace durix

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "middleware/api/Providers.h"
+#include "middleware/events/EventQueue.h"
+#include "middleware/guide/GuideFeeds.h"
+#include "middleware/receivers/ReceiverPool.h"
+#include "middleware/scan/ChannelScan.h"
+#include "middleware/store/Store.h"
+
+namespace durix {
+
+/// One run of the middleware, between durix_init and durix_deinit: owns its parts. At most one at a time in a process.
+///
+/// Calls of the contract hold the instance while they use it, so that a stop from another thread finds nobody in freed
+/// memory; they get a failure from the parts that have stopped.
+class Instance {
+ public:
+  /// Starts one; its handle is no other's, ever. Throws Failure: Busy while there is one, or as its parts fail.
+  static durix_handle* start(const std::filesystem::path& dataDirectory,
+                             std::span<const durix_callback_entry> callbacks);
+
+  /// Throws Failure NoInstance when the handle is not that of the running one.
+  static std::shared_ptr<Instance> find(const durix_handle* handle);
+
+  /// The running one, for calls that name none; throws as above.
+  static std::shared_ptr<Instance> current();
+
+  /// Ends it: no event comes any more, and nothing of it runs on return, except a handler that makes this very call.
+  static void stop(const durix_handle* handle);
+
+  /// Why the last start failed, for people; empty when it did not.
+  static std::string startFailure();
+  static void setStartFailure(const std::string& text);
+
+  Instance(const Instance&) = delete;
+  Instance& operator=(const Instance&) = delete;
+  ~Instance();
+
+  Store& store() { return _store; }
+  EventQueue& events() { return *_events; }
+  ReceiverPool& receivers() { return *_receivers; }
+  ChannelScan& scan() { return *_scan; }
+  Providers& providers() { return _providers; }
+  GuideFeeds& guideFeeds() { return _guideFeeds; }
+
+ private:
+  explicit Instance(const std::filesystem::path& dataDirectory);
+  void startReceivers();
+  void shutDown();
+
+  // fixed after construction; each uses those before it
+  Store _store;
+  std::shared_ptr<EventQueue> _events;
+  std::unique_ptr<ReceiverPool> _receivers;
+  std::unique_ptr<ChannelScan> _scan;
+  Providers _providers;
+  GuideFeeds _guideFeeds;
+};
+
+}  // namespace durix

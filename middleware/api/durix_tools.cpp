@@ -1,0 +1,133 @@
+#include "middleware/durix_tools.h"
+
+#include <algorithm>
+#include <string>
+
+#include "middleware/api/Devices.h"
+#include "middleware/api/Guard.h"
+#include "middleware/api/Instance.h"
+#include "middleware/portability/Clock.h"
+#include "middleware/portability/Log.h"
+#include "middleware/portability/Memory.h"
+#include "middleware/portability/Text.h"
+
+using durix::FrequencyOutcome;
+using durix::guarded;
+using durix::Instance;
+using durix::need;
+
+namespace {
+
+std::uint32_t put(char* out, std::uint32_t size, const std::string& text) {
+  if (out != nullptr && size > 0) {
+    const auto part = durix::cutAtCharacter(text, size - 1);
+    out[part.copy(out, part.size())] = '\0';
+  }
+  return static_cast<std::uint32_t>(text.size());
+}
+
+std::uint32_t resultOf(FrequencyOutcome::Result result) {
+  switch (result) {
+    case FrequencyOutcome::Result::NoSignal:
+      return DURIX_TOOLS_NO_SIGNAL;
+    case FrequencyOutcome::Result::NoTables:
+      return DURIX_TOOLS_NO_TABLES;
+    case FrequencyOutcome::Result::Services:
+      return DURIX_TOOLS_SERVICES;
+    case FrequencyOutcome::Result::Unreadable:
+      return DURIX_TOOLS_UNREADABLE;
+    case FrequencyOutcome::Result::Cancelled:
+      break;
+  }
+  return DURIX_TOOLS_CANCELLED;
+}
+
+std::string optionsOf(const durix::ReceiverSettings& settings) {
+  const std::string time = settings.time == durix::TimeMode::Stream ? "stream" : "now";
+  return "time=" + time + ",tuners=" + std::to_string(settings.tuners);
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t durix_tools_version() {
+  return DURIX_TOOLS_VERSION;
+}
+
+void durix_tools_clock_set(int64_t seconds) {
+  durix::clock::set(seconds);
+}
+
+void durix_tools_clock_replace(durix_tools_clock clock, void* user) {
+  durix::clock::replace(clock, user);
+}
+
+uint64_t durix_tools_memory_live() {
+  return durix::memoryStatistics().liveBlocks;
+}
+
+uint64_t durix_tools_memory_mixups() {
+  return durix::memoryStatistics().mixUps;
+}
+
+uint32_t durix_tools_start_failure(char* text, uint32_t size) {
+  std::uint32_t length = 0;
+  guarded([&] { length = put(text, size, Instance::startFailure()); });
+  return length;
+}
+
+void durix_tools_log_replace(durix_tools_log_handler handler, void* user) {
+  durix::setLogHandler(handler, user);
+}
+
+durix_return_code durix_tools_scan_report(durix_tools_frequency_handler handler, void* user) {
+  return guarded([&] {
+    const auto report = Instance::current()->scan().report();
+    if (handler == nullptr) throw durix::Failure(durix::Code::InvalidArgument);
+    for (const auto& outcome : report.frequencies) {
+      const durix_tools_frequency frequency{outcome.tuning, resultOf(outcome.result), outcome.services,
+                                            outcome.text.c_str()};
+      handler(&frequency, user);
+    }
+    if (report.error.empty()) return;
+    const durix_tools_frequency failure{{}, DURIX_TOOLS_UNREADABLE, 0, report.error.c_str()};
+    handler(&failure, user);
+  });
+}
+
+durix_return_code durix_tools_receivers(durix_tools_receiver_handler handler, void* user) {
+  return guarded([&] {
+    const auto instance = Instance::current();
+    if (handler == nullptr) throw durix::Failure(durix::Code::InvalidArgument);
+    for (const auto& broadcast : instance->receivers().broadcasts()) {
+      const auto& settings = broadcast->settings();
+      const std::string source = broadcast->source();
+      const std::string options = optionsOf(settings);
+      const durix_tools_receiver receiver{durix::nameOf(settings.type),
+                                          source.c_str(),
+                                          options.c_str(),
+                                          settings.tuners,
+                                          1,
+                                          static_cast<std::uint8_t>(broadcast->isPresent())};
+      handler(&receiver, user);
+    }
+    const auto selected = instance->store().selection();
+    if (!selected) return;
+    const auto settings = durix::parseSelection(selected->type, selected->source, selected->options);
+    const std::string options = optionsOf(settings);
+    const durix_tools_receiver receiver{
+        durix::nameOf(selected->type), selected->source.c_str(), options.c_str(), settings.tuners, 0, 0};
+    handler(&receiver, user);
+  });
+}
+
+uint32_t durix_tools_device_text(const durix_device* device, char* text, uint32_t size) {
+  std::uint32_t length = 0;
+  guarded([&] {
+    need(device);
+    length = put(text, size, durix::deviceText(*device));
+  });
+  return length;
+}
+}

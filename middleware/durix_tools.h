@@ -1,0 +1,101 @@
+/*
+ * The side door of the embedded middleware: what the contract in bindings/durix does not carry. Nothing that drives a
+ * broadcast middleware needs it; programs of this platform look its names up in the loaded libdurix (dlsym) and do
+ * without it when another middleware is in its place.
+ *
+ * Every call may be made from any thread and at any time. Texts are UTF-8 and end with a NUL. Handlers are called
+ * before the call returns, on the caller's thread, unless it says otherwise; what they get is valid until they return.
+ */
+#ifndef MIDDLEWARE_DURIX_TOOLS_H
+#define MIDDLEWARE_DURIX_TOOLS_H
+
+#include <stdint.h>
+
+#include "durix/durix.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Grows when something below changes its meaning; what is added needs no new number. */
+enum { DURIX_TOOLS_VERSION = 1 };
+uint32_t durix_tools_version(void);
+
+/* ---- Clock: the one that ostiv_time_get_system_time shows ---- */
+
+/* It shows this moment (seconds since the epoch) now and runs on from there, until the next durix_init. */
+void durix_tools_clock_set(int64_t seconds);
+
+/* Another clock altogether; null for the own one again. The old one is not called any more on return. */
+typedef int64_t (*durix_tools_clock)(void* user);
+void durix_tools_clock_replace(durix_tools_clock clock, void* user);
+
+/* ---- Memory of ostiv_mem_calloc ---- */
+
+uint64_t durix_tools_memory_live(void);   /* blocks that nobody has freed yet */
+uint64_t durix_tools_memory_mixups(void); /* blocks given to ostiv_mem_free that are not its own, or freed before */
+
+/* ---- Start ---- */
+
+/*
+ * Why the last durix_init failed, one line without its end; "" when it did not. Cut to size bytes with the NUL; the
+ * length of the whole text comes back.
+ */
+uint32_t durix_tools_start_failure(char* text, uint32_t size);
+
+/* ---- Log ---- */
+
+/*
+ * Lines of the middleware's log go to the handler, on any thread, one at a time; null for the file "tv.log" in the data
+ * directory again. The old handler is not called any more on return.
+ */
+typedef void (*durix_tools_log_handler)(const char* line, void* user);
+void durix_tools_log_replace(durix_tools_log_handler handler, void* user);
+
+/* ---- Scan ---- */
+
+enum {
+  DURIX_TOOLS_NO_SIGNAL = 0,  /* nothing is sent on the frequency */
+  DURIX_TOOLS_NO_TABLES = 1,  /* a signal that describes no services */
+  DURIX_TOOLS_SERVICES = 2,   /* received; `services` may still be 0 */
+  DURIX_TOOLS_UNREADABLE = 3, /* a signal that could not be read */
+  DURIX_TOOLS_CANCELLED = 4   /* not looked at (yet), or not to the end */
+};
+
+typedef struct durix_tools_frequency {
+  durix_scan_frequency tuning; /* as it was asked for */
+  uint32_t result;
+  uint32_t services; /* television and radio with a name, hidden ones of the broadcaster left out */
+  const char* text;  /* what else is to say, one line; "" for nothing */
+} durix_tools_frequency;
+typedef void (*durix_tools_frequency_handler)(const durix_tools_frequency* frequency, void* user);
+
+/*
+ * What became of each frequency of the scan that runs or ran last in this instance, in the order of its list. Fails
+ * when no instance runs. When what the scan found could not be stored, that comes as a last entry of frequency 0 with
+ * the result unreadable.
+ */
+durix_return_code durix_tools_scan_report(durix_tools_frequency_handler handler, void* user);
+
+/* ---- Receivers ---- */
+
+typedef struct durix_tools_receiver {
+  const char* type;    /* "DVB-T", ... */
+  const char* source;  /* "file:DIR" */
+  const char* options; /* "time=stream,tuners=1" */
+  uint32_t tuners;
+  uint8_t in_use;  /* 1: of the running instance; 0: selected for times when none is given */
+  uint8_t present; /* in use: there now */
+} durix_tools_receiver;
+typedef void (*durix_tools_receiver_handler)(const durix_tools_receiver* receiver, void* user);
+
+/* The sources in use, then the selection that is stored, if there is one. Fails when no instance runs. */
+durix_return_code durix_tools_receivers(durix_tools_receiver_handler handler, void* user);
+
+/* What a record of durix_device_get is, for people: "DVB-T receiver 1". Cut as above. */
+uint32_t durix_tools_device_text(const durix_device* device, char* text, uint32_t size);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

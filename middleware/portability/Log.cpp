@@ -1,0 +1,78 @@
+#include "middleware/portability/Log.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <ctime>
+#include <mutex>
+#include <string>
+
+#include "durix/ostiv.h"
+
+namespace durix {
+namespace {
+
+struct Sink {
+  // held while a handler runs, so that it can be taken away; recursive because a handler may cause a line
+  std::recursive_mutex mutex;
+  LogHandler handler = nullptr;
+  void* user = nullptr;
+  std::filesystem::path file;
+};
+
+// Never destroyed: threads of others may log while the process ends.
+Sink& sink() {
+  static Sink* const instance = new Sink;
+  return *instance;
+}
+
+std::string withTime(std::string_view text) {
+  std::array<char, 32> stamp{};
+  const std::time_t now = std::time(nullptr);  // when the line was written, whatever the platform's clock shows
+  std::tm local{};
+  if (localtime_r(&now, &local) != nullptr) std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %H:%M:%S", &local);
+  return std::string(stamp.data()) + " DURIX " + std::string(text) + "\n";
+}
+
+void append(const std::filesystem::path& file, const std::string& line) {
+  const int descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  if (descriptor < 0) return;
+  // One write keeps the line whole among other writers.
+  [[maybe_unused]] const auto written = ::write(descriptor, line.data(), line.size());
+  ::close(descriptor);
+}
+
+}  // namespace
+
+void logLine(std::string_view text) noexcept {
+  try {
+    Sink& target = sink();
+    const std::scoped_lock lock(target.mutex);
+    if (target.handler != nullptr) {
+      target.handler(std::string(text).c_str(), target.user);
+    } else if (!target.file.empty()) {
+      append(target.file, withTime(text));
+    }
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a log line is never worth a failure
+  }
+}
+
+void setLogHandler(LogHandler handler, void* user) {
+  Sink& target = sink();
+  const std::scoped_lock lock(target.mutex);
+  target.handler = handler;
+  target.user = user;
+}
+
+void setLogFile(const std::filesystem::path& file) {
+  Sink& target = sink();
+  const std::scoped_lock lock(target.mutex);
+  target.file = file;
+}
+
+}  // namespace durix
+
+extern "C" void ostiv_log_debug(const char* text) {
+  durix::logLine(text == nullptr ? "" : text);
+}

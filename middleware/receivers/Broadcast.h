@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "durix/durix.h"
+#include "middleware/receivers/ReceiverSettings.h"
+#include "middleware/stream/ByteSource.h"
+
+namespace durix {
+
+/// What is on air for a receiver: transport streams by frequency. Directories of files are one kind, networks another.
+/// Unchanging after construction; any thread.
+class Broadcast {
+ public:
+  Broadcast() = default;
+  Broadcast(const Broadcast&) = delete;
+  Broadcast& operator=(const Broadcast&) = delete;
+  virtual ~Broadcast() = default;
+
+  /// The stream of a frequency from its beginning; null when there is no signal. Throws Failure when there is a stream
+  /// that cannot be read.
+  virtual std::unique_ptr<ByteSource> tune(const durix_scan_frequency& frequency) const = 0;
+
+  /// Whether a receiver is there to be tuned at all.
+  virtual bool isPresent() const = 0;
+
+  /// Where the clock of time=stream starts, UTC seconds since the epoch: the first time that the first stream with one
+  /// tells, else the earliest start of a present event; nothing when no stream knows.
+  virtual std::optional<std::int64_t> firstTime() const = 0;
+
+  virtual const ReceiverSettings& settings() const = 0;
+  virtual std::string source() const = 0;  // as people write it
+};
+
+/// A directory of `FREQUENCY.ts`; where a polarisation is given, `FREQUENCYH.ts`, `V`, `L` or `R` before that.
+class DirectoryBroadcast : public Broadcast {
+ public:
+  explicit DirectoryBroadcast(ReceiverSettings settings) : _settings(std::move(settings)) {}
+
+  std::unique_ptr<ByteSource> tune(const durix_scan_frequency& frequency) const override;
+  bool isPresent() const override;
+  std::optional<std::int64_t> firstTime() const override;
+  const ReceiverSettings& settings() const override { return _settings; }
+  std::string source() const override { return "file:" + _settings.directory.string(); }
+
+ private:
+  std::vector<std::filesystem::path> streams() const;
+
+  const ReceiverSettings _settings;
+};
+
+}  // namespace durix

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "middleware/stream/ByteSource.h"
+
+namespace durix {
+
+/// What a stream tells of the moment it was on air; UTC seconds since the epoch.
+struct StreamTime {
+  std::optional<std::int64_t> told;          // by its first TDT or TOT (EN 300 468, 5.2.5 and 5.2.6)
+  std::optional<std::int64_t> presentStart;  // the earliest start of a present event (5.2.4), when it tells no time
+};
+
+/// Reads until the time is told, which is due every 30 seconds (ETSI TS 101 211, 4.4), or must be given up.
+StreamTime readStreamTime(std::unique_ptr<ByteSource> source);
+
+}  // namespace durix

@@ -1,0 +1,180 @@
+#include "middleware/scan/ChannelScan.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <set>
+#include <utility>
+
+#include "middleware/api/Failure.h"
+#include "middleware/portability/Log.h"
+#include "middleware/portability/Text.h"
+#include "middleware/scan/BoundedSource.h"
+#include "middleware/scan/ScanEvents.h"
+#include "middleware/si/MultiplexScanner.h"
+#include "middleware/stream/PacketReader.h"
+
+namespace durix {
+namespace {
+
+// One frequency: more than a minute of any multiplex, and longer than a local disk takes for that.
+constexpr BoundedSource::Bounds BOUNDS{512ULL << 20, std::chrono::seconds(30)};
+
+// Nothing is missing in the list of services: every table has been whole, or at least the programmes that the PAT
+// lists are all described.
+bool isWhole(const MultiplexTables& tables) {
+  if (tables.isComplete) return true;
+  if (!tables.hasPat) return false;
+  std::set<std::uint16_t> seen;
+  if (tables.hasSdt) {
+    for (const auto& service : tables.services) seen.insert(service.serviceId);
+  } else {
+    for (const auto& program : tables.programs) seen.insert(program.number);
+  }
+  return std::all_of(tables.pat.begin(), tables.pat.end(),
+                     [&](const auto& program) { return seen.contains(program.first); });
+}
+
+bool isChannel(const ScannedService& service) {
+  return service.kind != ServiceKind::Other && !service.name.empty() && service.isVisible;
+}
+
+}  // namespace
+
+ChannelScan::ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store)
+    : _events(events), _receivers(receivers), _store(store) {}
+
+void ChannelScan::start(std::vector<durix_scan_frequency> frequencies) {
+  const std::scoped_lock lock(_mutex);
+  if (_isStopped) throw Failure(Code::NoInstance);
+  if (_isRunning) throw Failure(Code::Busy, "a scan is running");
+  ScanReport report;
+  for (const auto& frequency : frequencies) report.frequencies.push_back({.tuning = frequency, .text = {}});
+  // A scan that has ended needs nothing more that is guarded here, so that its thread can be joined.
+  _thread = std::jthread([this, list = std::move(frequencies)](const std::stop_token& stop) { run(stop, list); });
+  _report = std::move(report);
+  _isRunning = true;
+}
+
+bool ChannelScan::cancel() {
+  const std::scoped_lock lock(_mutex);
+  if (!_isRunning) return false;
+  _thread.request_stop();
+  return true;
+}
+
+ScanReport ChannelScan::report() const {
+  const std::scoped_lock lock(_mutex);
+  return _report;
+}
+
+void ChannelScan::stop() {
+  std::jthread thread;
+  {
+    const std::scoped_lock lock(_mutex);
+    _isStopped = true;
+    thread = std::move(_thread);
+  }
+}  // asks it to stop and joins it
+
+bool ChannelScan::isStopped() const {
+  const std::scoped_lock lock(_mutex);
+  return _isStopped;
+}
+
+void ChannelScan::run(const std::stop_token& stop, const std::vector<durix_scan_frequency>& frequencies) {
+  Progress progress;
+  progress.total = frequencies.size();
+  progress.yield.receiver = _receivers.type();
+  try {
+    for (const auto& tuning : frequencies) {
+      if (stop.stop_requested() || !_events.waitForRoom(stop)) break;
+      scan(stop, tuning, progress);
+    }
+  } catch (const std::exception& error) {  // no memory, at the worst: what was found until then counts
+    logLine(std::string("scan: ") + error.what());
+  }
+  finish(progress);
+}
+
+void ChannelScan::scan(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress) {
+  FrequencyOutcome outcome{.tuning = tuning, .text = {}};
+  std::vector<std::string> names;
+  try {
+    receive(stop, tuning, progress, outcome, names);
+  } catch (const Failure& failure) {
+    outcome.result = FrequencyOutcome::Result::Unreadable;
+    outcome.text = failure.what();
+  }
+  if (stop.stop_requested()) outcome.result = FrequencyOutcome::Result::Cancelled;
+  const std::size_t index = progress.done++;
+  const auto percent = static_cast<std::uint32_t>(progress.done * 100 / progress.total);
+  const bool isValid = outcome.result == FrequencyOutcome::Result::Services;
+  {
+    const std::scoped_lock lock(_mutex);
+    _report.frequencies.at(index) = std::move(outcome);
+  }
+  _events.post(discoverProgress(percent, tuning.frequency, isValid, names));
+  progress.names.insert(progress.names.end(), std::make_move_iterator(names.begin()),
+                        std::make_move_iterator(names.end()));
+}
+
+void ChannelScan::receive(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress,
+                          FrequencyOutcome& outcome, std::vector<std::string>& names) {
+  auto source = tuning.frequency > 0 ? _receivers.tune(tuning) : nullptr;
+  if (source == nullptr) {
+    outcome.result = FrequencyOutcome::Result::NoSignal;
+    _events.post(receiverStatistics(tuning, nullptr));
+    return;
+  }
+  if (protocolOf(_receivers.type()) != Protocol::Dvb) {  // other standards have tables and texts of their own
+    outcome.result = FrequencyOutcome::Result::NoTables;
+    outcome.text = std::string("the tables of ") + nameOf(_receivers.type()) + " are not read yet";
+    return;
+  }
+  PacketReader reader(std::make_unique<BoundedSource>(std::move(source), BOUNDS, stop));
+  const MultiplexTables tables = scanMultiplex(reader, {}, [&] { return stop.stop_requested(); });
+  if (reader.hasFailed())
+    logLine("scan: frequency " + std::to_string(tuning.frequency) + " could not be read to its end");
+  _events.post(receiverStatistics(tuning, &tables.reception));
+  if (!tables.hasPat && !tables.hasSdt) {
+    outcome.result = FrequencyOutcome::Result::NoTables;
+    outcome.text = std::to_string(tables.reception.packets) + " packets without a programme or service table";
+    return;
+  }
+  _events.post(EventRecord(DURIX_EVENT_RECEIVER_LOCK));
+  auto services = offeredServices(tables);
+  for (const auto& service : services) {
+    if (isChannel(service)) names.push_back(service.name);
+  }
+  outcome.result = FrequencyOutcome::Result::Services;
+  outcome.services = static_cast<std::uint32_t>(names.size());
+  progress.yield.multiplexes.push_back({.tuning = tuning,
+                                        .reception = tables.reception,
+                                        .isDescribed = tables.hasSdt,
+                                        .isWhole = isWhole(tables) && !stop.stop_requested(),
+                                        .services = std::move(services)});
+}
+
+void ChannelScan::finish(Progress& progress) {
+  std::string error;
+  Store::Change change;
+  if (isStopped()) return;
+  try {
+    change = _store.takeScan(progress.yield);
+  } catch (const std::exception& failure) {
+    error = failure.what();
+    logLine("scan: the services found could not be stored: " + error);
+  }
+  // Not running any more before the event is out: its handler may start the next scan. In one step, so that no event of
+  // that one comes before it.
+  const std::scoped_lock lock(_mutex);
+  _report.isFinished = true;
+  _report.error = error;
+  _isRunning = false;
+  if (change.isNewProvider) _events.post(EventRecord(DURIX_EVENT_PROVIDERS_CHANGED));
+  if (change.isNewList) _events.post(EventRecord(DURIX_EVENT_SERVICES_CHANGED));
+  _events.post(discoverFinished(progress.names));
+}
+
+}  // namespace durix

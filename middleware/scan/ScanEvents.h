@@ -1,0 +1,19 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "middleware/events/EventRecord.h"
+#include "middleware/si/Multiplex.h"
+
+namespace durix {
+
+/// Names are cut to 31 bytes between two characters. `percent` is 0 to 100.
+EventRecord discoverProgress(std::uint32_t percent, std::int32_t frequency, bool isValid,
+                             std::span<const std::string> names);
+EventRecord discoverFinished(std::span<const std::string> names);
+
+/// How a frequency is received; null for no signal.
+EventRecord receiverStatistics(const durix_scan_frequency& tuning, const Reception* reception);
+
+}  // namespace durix

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <memory>
+
+#include "middleware/store/Catalogue.h"
+#include "middleware/store/Database.h"
+#include "middleware/store/ScanYield.h"
+
+namespace durix {
+
+/// The tables of the database that hold providers, multiplexes, services and feeds. The store's lock is held.
+extern const char* const CATALOGUE_SCHEMA;
+
+std::shared_ptr<const Catalogue> readCatalogue(Database& database);
+
+/// Brings what a scan found into the tables, within the caller's transaction: new and changed services, those that are
+/// gone, and the provider once there is something to watch or to hear. `known` is what the tables hold.
+void writeScan(Database& database, const Catalogue& known, const ScanYield& yield);
+
+}  // namespace durix
