@@ -60,6 +60,8 @@ bool ReceiverControl::listReceivers() {
   return false;
 }
 
+// Texts come by value: that is how the host knows the operation.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool ReceiverControl::selectReceiver(ReceiverType type, std::string first, std::string second) {
   if (sendSelection(_handle, type, first, second)) return true;
   LOG->_log("ERR", SOURCE, __LINE__, "Failed to add access point");
@@ -72,6 +74,7 @@ bool ReceiverControl::resetReceiversToDefaults() {
   return false;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool ReceiverControl::setAddress(std::string address, int port) {
   if (sendAddress(_handle, address, port)) return true;
   LOG->_log("ERR", SOURCE, __LINE__, "Failed to set address");

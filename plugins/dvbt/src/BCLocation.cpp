@@ -1,6 +1,6 @@
 #include "BCLocation.h"
 
-BCLocation::BCLocation() : type(RECEIVER_NONE), scanConfiguration(nullptr) {}
+BCLocation::BCLocation() = default;
 
 BCLocation::~BCLocation() = default;
 

@@ -16,12 +16,12 @@ class BCLocation {
   void releaseScanConfiguration();
 
   // fixed once the file has been read
-  std::string filePath;  // of the file that it came from
-  std::string name;      // what the user chooses
-  std::string icon;      // a flag or picture name for the host
-  ReceiverType type;     // 0: any receiver
+  std::string filePath;               // of the file that it came from
+  std::string name;                   // what the user chooses
+  std::string icon;                   // a flag or picture name for the host
+  ReceiverType type = RECEIVER_NONE;  // 0: any receiver
 
   /// Null until the frequencies are parsed; then record and array are the middleware allocator's, and stay until they
   /// are released by name: the destructor does not. Written with the catalogue's parser mutex held.
-  durix_scan_configuration* scanConfiguration;
+  durix_scan_configuration* scanConfiguration = nullptr;
 };

@@ -78,7 +78,7 @@ std::vector<std::string> LocationCatalogue::loadAll() {
     const Lock lock(_containers);
     std::swap(_tables, loaded);
   }
-  release(std::move(loaded._locationMap));
+  release(loaded._locationMap);
   return names;
 }
 
@@ -157,7 +157,7 @@ void LocationCatalogue::clear() {
     const Lock lock(_containers);
     std::swap(_tables, old);
   }
-  release(std::move(old._locationMap));
+  release(old._locationMap);
 }
 
 bool LocationCatalogue::locationSorter(const std::string& a, const std::string& b) {
@@ -186,6 +186,6 @@ std::vector<std::string> LocationCatalogue::add(Tables& tables, Locations locati
   return newNames;
 }
 
-void LocationCatalogue::release(Locations locations) {
+void LocationCatalogue::release(const Locations& locations) {
   for (const auto& location : locations) location->releaseScanConfiguration();
 }

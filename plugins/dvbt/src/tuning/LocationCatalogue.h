@@ -65,7 +65,7 @@ class LocationCatalogue {
 
   Locations readFile(const std::string& path);
   static std::vector<std::string> add(Tables& tables, Locations locations);
-  static void release(Locations locations);
+  static void release(const Locations& locations);
 
   // guarded by _parserMutex
   RankedMutex _parserMutex{LockRank::Parser};
