@@ -1,0 +1,121 @@
+#include "App.h"
+
+#include <chrono>
+#include <exception>
+#include <iostream>
+#include <optional>
+
+#include "CommandLine.h"
+#include "DirectoryLock.h"
+#include "Failure.h"
+#include "OwnerSocket.h"
+#include "Places.h"
+#include "Session.h"
+#include "host/HostLog.h"
+
+namespace tv {
+namespace {
+
+constexpr std::chrono::seconds OWNER_LIMIT{30};  // for an owner that takes no commands to end
+constexpr std::chrono::milliseconds TURN{50};
+
+/// Does the action and turns what goes wrong into one line and a status.
+template <typename Work>
+int guarded(Output& output, Work work) {
+  try {
+    return work();
+  } catch (const Failure& failure) {
+    output.endProgress();
+    if (failure.status() != EXIT_INTERRUPTED) output.error(failure.what());
+    return failure.status();
+  } catch (const std::exception& error) {
+    output.endProgress();
+    output.error(error.what());
+    return EXIT_FAILED;
+  }
+}
+
+void sendLogs(const std::string& data, const std::string& level) {
+  if (!host::setLogFile(data + "/tv.log")) throw Failure("cannot write the log \"" + data + "/tv.log\"");
+  host::setLogToStandardError(level);
+}
+
+std::vector<std::string> escaped(const std::vector<ReceiverChoice>& receivers) {
+  std::vector<std::string> texts;
+  for (const ReceiverChoice& receiver : receivers) texts.push_back(receiver.escaped());
+  return texts;
+}
+
+/// Another process's command on this process's plugin.
+int carryOut(Session& session, const Request& request, Output& output, const Interrupt& interrupt) {
+  return guarded(output, [&] {
+    CommandLine line = readCommandLine(request.arguments);
+    if (!request.receivers.empty() && request.receivers != escaped(session.setup().receivers)) {
+      output.note("the receivers of the running tv are used, not those given here");
+    }
+    Context context{session, output, interrupt};
+    return line.action(context);
+  });
+}
+
+int runAsOwner(CommandLine& line, const std::string& data, Output& output, const Interrupt& interrupt) {
+  const Places places = defaultPlaces();
+  Session::Setup setup;
+  setup.data = data;
+  setup.library = requireLibraryDirectory(line.globals.library.empty() ? places.library : line.globals.library);
+  setup.plugin = line.globals.plugin.empty() ? places.plugin : line.globals.plugin;
+  setup.receivers = line.globals.receivers;
+  sendLogs(data, line.globals.logLevel);
+  interrupt.check();
+  Session session(std::move(setup));
+  const OwnerSocket socket(data, interrupt, [&](const Request& request, Output& to, const Interrupt& end) {
+    return carryOut(session, request, to, end);
+  });
+  Context context{session, output, interrupt};
+  return guarded(output, [&] { return line.action(context); });
+}
+
+int runOnDirectory(CommandLine& line, const std::vector<std::string>& arguments, Output& output,
+                   const Interrupt& interrupt) {
+  checkSources(line.globals.receivers);
+  const std::string data = prepareDataDirectory(line.globals.data.empty() ? defaultPlaces().data : line.globals.data);
+  const Request request{arguments, escaped(line.globals.receivers), output.style()};
+  const auto end = std::chrono::steady_clock::now() + OWNER_LIMIT;
+  for (;;) {
+    if (const std::optional<DirectoryLock> lock = DirectoryLock::take(data)) {
+      return runAsOwner(line, data, output, interrupt);
+    }
+    if (const std::optional<int> status = askOwner(data, request, interrupt)) return *status;
+    if (std::chrono::steady_clock::now() > end) {
+      throw Failure("process " + std::to_string(DirectoryLock::owner(data)) + " uses \"" + data +
+                    "\" and takes no commands");
+    }
+    interrupt.waitFor(TURN);
+    interrupt.check();
+  }
+}
+
+}  // namespace
+
+int run(const std::vector<std::string>& arguments) {
+  OutputStyle style = terminalStyle();
+  CommandLine line;
+  try {
+    line = readCommandLine(arguments);
+  } catch (const Failure& failure) {
+    Output(std::cout, std::cerr, style).error(failure.what());
+    return failure.status();
+  }
+  if (!line.help.empty()) {
+    std::cout << line.help << std::flush;
+    return EXIT_DONE;
+  }
+  style.json = line.globals.json;
+  style.quiet = line.globals.quiet;
+  Output output(std::cout, std::cerr, style);
+  Interrupt interrupt;
+  const SignalWatch signals(interrupt);
+  return guarded(output, [&] { return runOnDirectory(line, arguments, output, interrupt); });
+}
+
+}  // namespace tv

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <vector>
+
+#include "Interrupt.h"
+#include "LastError.h"
+#include "PluginLibrary.h"
+#include "PluginWatch.h"
+#include "ReceiverChoice.h"
+#include "SideDoor.h"
+
+namespace tv {
+
+/// The plugin at work on a data directory: loaded, initialised and given the kept option values by the constructor,
+/// closed in order by the destructor. Commands of several threads share it.
+class Session {
+ public:
+  struct Setup {
+    std::string data;  // absolute, owned by this process; as the next
+    std::string library;
+    std::string plugin;
+    std::vector<ReceiverChoice> receivers;  // checked
+  };
+  /// The channel list and its services stay as they are while this is held: no scan starts.
+  using ServicesHeld = std::shared_lock<std::shared_timed_mutex>;
+  /// Nobody uses services while this is held.
+  using ServicesAlone = std::unique_lock<std::shared_timed_mutex>;
+
+  /// Throws Failure when plugin or middleware do not start.
+  explicit Session(Setup setup);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  ~Session();
+
+  const Setup& setup() const { return _setup; }
+  BroadcastPlugin& plugin() { return *_plugin; }
+  const PluginLibrary& library() const { return _library; }
+  const SideDoor& sideDoor() const { return _sideDoor; }
+
+  std::optional<ReceiverStatistics> statistics() const { return _watch->statistics(); }
+  /// What one step of a scan frequency is, in Hz: satellite frequencies are kHz.
+  unsigned frequencyUnit() const;
+
+  /// Waits until a receiver is announced. Throws Failure that says what is missing, and Interrupted.
+  void waitForReceiver(const Interrupt& interrupt);
+  /// Waits until the channel list is loaded, and holds it. Throws as above.
+  ServicesHeld waitForChannels(const Interrupt& interrupt);
+  /// Waits until no command uses services. Throws as above.
+  ServicesAlone waitForServices(const Interrupt& interrupt);
+  /// Waits until the state is active after a scan; false when it does not become so.
+  bool waitForActive(const Interrupt& interrupt);
+
+ private:
+  void start();
+  void applyKeptOptions();
+
+  const Setup _setup;
+  LastError _lastError;
+  const PluginLibrary _library;
+  const SideDoor _sideDoor;
+  BroadcastPlugin* const _plugin;  // deletes itself when it is closed
+  std::unique_ptr<PluginWatch> _watch;
+  std::shared_timed_mutex _services;
+};
+
+}  // namespace tv

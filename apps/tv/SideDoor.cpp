@@ -1,0 +1,105 @@
+#include "SideDoor.h"
+
+#include <array>
+#include <cstddef>
+
+#include "PluginLibrary.h"
+
+namespace tv {
+namespace {
+
+constexpr std::size_t LONGEST_TEXT = 1024;
+
+/// Calls an operation that fills a text.
+template <typename Call>
+std::string textFrom(Call call) {
+  std::array<char, LONGEST_TEXT> text{};
+  call(text.data(), static_cast<std::uint32_t>(text.size()));
+  return text.data();
+}
+
+std::string orEmpty(const char* text) {
+  return text == nullptr ? "" : text;
+}
+
+std::string polarisation(const durix_scan_frequency& tuning) {
+  static constexpr std::array NAMES{"", "H", "V", "L", "R"};
+  const auto place = static_cast<std::size_t>(tuning.polarisation);
+  return tuning.polarisation > 0 && place < NAMES.size() ? NAMES[place] : "";
+}
+
+std::string outcome(const durix_tools_frequency& frequency) {
+  const std::string more = orEmpty(frequency.text);
+  const std::string tail = more.empty() ? "" : ": " + more;
+  switch (frequency.result) {
+    case DURIX_TOOLS_NO_SIGNAL:
+      return "no signal" + tail;
+    case DURIX_TOOLS_NO_TABLES:
+      return "no tables" + tail;
+    case DURIX_TOOLS_SERVICES:
+      return std::to_string(frequency.services) + (frequency.services == 1 ? " service" : " services") + tail;
+    case DURIX_TOOLS_UNREADABLE:
+      return "unreadable" + tail;
+    case DURIX_TOOLS_CANCELLED:
+      return "not looked at" + tail;
+    default:
+      return "unknown" + tail;
+  }
+}
+
+// Called by the middleware: nothing may be thrown, and only memory could run out.
+void addResult(const durix_tools_frequency* frequency, void* user) noexcept {
+  static_cast<std::vector<SideDoor::FrequencyResult>*>(user)->push_back(
+      {static_cast<unsigned>(frequency->tuning.frequency), polarisation(frequency->tuning), outcome(*frequency),
+       frequency->services});
+}
+
+void addSource(const durix_tools_receiver* receiver, void* user) noexcept {
+  static_cast<std::vector<SideDoor::Source>*>(user)->push_back({orEmpty(receiver->type), orEmpty(receiver->source),
+                                                                orEmpty(receiver->options), receiver->tuners,
+                                                                receiver->in_use != 0, receiver->present != 0});
+}
+
+}  // namespace
+
+SideDoor::SideDoor(const PluginLibrary& library) {
+  auto* version = library.find<std::uint32_t()>("durix_tools_version");
+  if (version == nullptr || version() != DURIX_TOOLS_VERSION) return;
+  _startFailure = library.find<std::uint32_t(char*, std::uint32_t)>("durix_tools_start_failure");
+  _scanReport = library.find<durix_return_code(durix_tools_frequency_handler, void*)>("durix_tools_scan_report");
+  _receivers = library.find<durix_return_code(durix_tools_receiver_handler, void*)>("durix_tools_receivers");
+  _deviceText = library.find<std::uint32_t(const durix_device*, char*, std::uint32_t)>("durix_tools_device_text");
+  _hidden = library.find<durix_return_code(std::uint32_t*, std::uint32_t*)>("durix_tools_hidden_services");
+}
+
+std::optional<std::string> SideDoor::startFailure() const {
+  if (_startFailure == nullptr) return std::nullopt;
+  return textFrom(_startFailure);
+}
+
+std::optional<std::vector<SideDoor::FrequencyResult>> SideDoor::scanResults() const {
+  std::vector<FrequencyResult> results;
+  if (_scanReport == nullptr || _scanReport(addResult, &results) != DURIX_OK) return std::nullopt;
+  return results;
+}
+
+std::optional<std::vector<SideDoor::Source>> SideDoor::sources() const {
+  std::vector<Source> sources;
+  if (_receivers == nullptr || _receivers(addSource, &sources) != DURIX_OK) return std::nullopt;
+  return sources;
+}
+
+std::optional<std::string> SideDoor::deviceText(const void* record) const {
+  if (_deviceText == nullptr) return std::nullopt;
+  return textFrom([&](char* text, std::uint32_t size) {
+    return _deviceText(static_cast<const durix_device*>(record), text, size);
+  });
+}
+
+std::optional<SideDoor::Hidden> SideDoor::hidden() const {
+  Hidden hidden;
+  if (_hidden == nullptr || _hidden(&hidden.isProtected, &hidden.radio) != DURIX_OK) return std::nullopt;
+  return hidden;
+}
+
+}  // namespace tv

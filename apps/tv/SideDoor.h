@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "middleware/durix_tools.h"
+
+namespace tv {
+
+class PluginLibrary;
+
+/// What the embedded middleware tells beyond its contract, looked up in the loaded library. With another middleware
+/// nothing of it is available, and every operation gives nothing. Any thread may call.
+class SideDoor {
+ public:
+  explicit SideDoor(const PluginLibrary& library);
+
+  /// Why the middleware did not start, in one line.
+  std::optional<std::string> startFailure() const;
+
+  /// What a scan found at one frequency.
+  struct FrequencyResult {
+    unsigned frequency = 0;    // as in the locations files
+    std::string polarisation;  // "H", "V", "L", "R"; empty when there is none to say
+    std::string outcome;       // for people: "no signal", "no tables", "3 services"
+    unsigned services = 0;
+  };
+  /// Of the last scan of this process, in its order.
+  std::optional<std::vector<FrequencyResult>> scanResults() const;
+
+  /// A source of receivers.
+  struct Source {
+    std::string type;     // "DVB-T"
+    std::string source;   // "file:DIR"
+    std::string options;  // "time=stream,tuners=1"
+    unsigned tuners = 0;
+    bool inUse = false;  // else it is the stored choice for times when none is given
+    bool isPresent = false;
+  };
+  std::optional<std::vector<Source>> sources() const;
+
+  /// What a device is, for people; `record` is its handle.
+  std::optional<std::string> deviceText(const void* record) const;
+
+  /// How many channels the hide options leave out of the list.
+  struct Hidden {
+    unsigned isProtected = 0;
+    unsigned radio = 0;  // not counting protected ones that are hidden as such
+  };
+  std::optional<Hidden> hidden() const;
+
+ private:
+  std::uint32_t (*_startFailure)(char*, std::uint32_t) = nullptr;
+  durix_return_code (*_scanReport)(durix_tools_frequency_handler, void*) = nullptr;
+  durix_return_code (*_receivers)(durix_tools_receiver_handler, void*) = nullptr;
+  std::uint32_t (*_deviceText)(const durix_device*, char*, std::uint32_t) = nullptr;
+  durix_return_code (*_hidden)(std::uint32_t*, std::uint32_t*) = nullptr;
+};
+
+}  // namespace tv
