@@ -206,11 +206,12 @@ ProgramImpl* ServiceImpl::findCurrent() {
 void ServiceImpl::update() {
   const Lock lock(_programMutex);
   sortPrograms();
-  ProgramImpl* next = nullptr;
-  for (auto program = _programList.rbegin(); program != _programList.rend(); ++program) {
-    (*program)->setNextProgram(next);
-    next = *program;
+  ProgramImpl* previous = nullptr;
+  for (ProgramImpl* const program : _programList) {
+    if (previous != nullptr) previous->setNextProgram(program);
+    previous = program;
   }
+  if (previous != nullptr) previous->setNextProgram(nullptr);
 }
 
 void ServiceImpl::sortPrograms() {

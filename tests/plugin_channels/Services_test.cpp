@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <ctime>
+#include <thread>
+
+#include "ScriptedMiddleware.h"
+#include "ServiceImpl.h"
+#include "guide/EsgAttributes.h"
+#include "host/HostClock.h"
+
+namespace {
+
+constexpr std::int64_t TEN = 1367920800;  // 2013-05-07T10:00:00Z
+constexpr std::int64_t HOUR = 3600;
+
+class Services : public testing::Test {
+ protected:
+  Services() {
+    host::setClock([this] { return now; });
+  }
+  ~Services() override { host::setClock({}); }
+
+  /// A programme from `start` to `end`, seconds after ten.
+  ProgramImpl* add(ServiceImpl* to, std::int64_t start, std::int64_t end, const std::string& rating = "0") {
+    const std::uint32_t id = ++programs;
+    const std::time_t last = TEN + end;
+    std::tm utc{};
+    char text[32];
+    gmtime_r(&last, &utc);
+    middleware.attribute(id, DURIX_ATTRIBUTE_START_TIME) = static_cast<int>(TEN + start);
+    middleware.attribute(id, DURIX_ATTRIBUTE_END_TIME) = static_cast<int>(last);
+    middleware.attribute(id, DURIX_ATTRIBUTE_END_TIME_STR) =
+        std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc));
+    middleware.attribute(id, DURIX_ATTRIBUTE_PARENTAL_RATING) = rating;
+    auto* const program = new ProgramImpl({2, id, 0}, to, nullptr);
+    to->addProgram(program);
+    return program;
+  }
+
+  ScriptedMiddleware middleware;
+  std::int64_t now = TEN;
+  std::uint32_t programs = 100;
+  ServiceImpl service{{1, 7, 0}, nullptr};
+};
+
+TEST_F(Services, ReadAttributesOrNeutralValues) {
+  const durix_esg_object* const object = service.getDataPtr();
+  EXPECT_EQ(getIntAttribute(object, 41), 0) << "what a failed call has written does not count";
+  EXPECT_FALSE(getBoolAttribute(object, 21));
+  EXPECT_TRUE(getIntArrayAttribute(object, 25).empty());
+  middleware.attribute(7, 22) = std::string("!");
+  EXPECT_EQ(getStringAttribute(object, 22), "!") << "but a text that it leaves does, and goes back";
+  middleware.attribute(7, 21) = true;
+  EXPECT_TRUE(getBoolAttribute(object, 21)) << "any byte but 0";
+}
+
+TEST_F(Services, ReadTextsOneAtATime) {
+  std::atomic<int> inside = 0;
+  std::atomic<int> together = 0;
+  middleware.onText = [&] {
+    if (++inside > 1) ++together;
+    std::this_thread::yield();
+    --inside;
+  };
+  const auto reads = [&] {
+    for (int i = 0; i < 200; ++i) service.getLogoUri();
+  };
+  std::thread other(reads);
+  reads();
+  other.join();
+  EXPECT_EQ(together, 0);
+}
+
+TEST_F(Services, KnowTheCurrentAndTheNextProgramme) {
+  EXPECT_EQ(service.getNextProgram(), nullptr);
+  ProgramImpl* const second = add(&service, HOUR, 2 * HOUR);  // out of order, and with a gap after it
+  ProgramImpl* const first = add(&service, 0, HOUR);
+  ProgramImpl* const third = add(&service, 3 * HOUR, 4 * HOUR);
+  service.update();
+  EXPECT_EQ(service.getProgramList(), (std::vector<Program*>{first, second, third}));
+  struct Row {
+    const char* reason;
+    std::int64_t now;
+    Program* current;
+    Program* next;
+  };
+  const Row rows[] = {
+      {"before all", -HOUR, nullptr, first},
+      {"at the first one's start", 0, first, second},
+      {"a second into the second", HOUR + 1, second, third},
+      {"in the gap", 2 * HOUR + 1, nullptr, third},
+      {"at the last one's end", 4 * HOUR, third, nullptr},
+      {"after all", 5 * HOUR, nullptr, nullptr},
+  };
+  for (const Row& row : rows) {
+    now = TEN + row.now;
+    EXPECT_EQ(service.getCurrentProgram(), row.current) << row.reason;
+    EXPECT_EQ(service.getNextProgram(), row.next) << row.reason;
+  }
+}
+
+TEST_F(Services, HoldAProgrammeUntilItsEndHasPassed) {
+  ProgramImpl* const first = add(&service, 0, HOUR);
+  ProgramImpl* const second = add(&service, HOUR, 2 * HOUR);
+  ProgramImpl* const broken = add(&service, 2 * HOUR, 3 * HOUR);
+  middleware.forget(broken->getId(), DURIX_ATTRIBUTE_END_TIME_STR);
+  service.getPrograms(true);
+  now = TEN + HOUR;
+  EXPECT_EQ(service.getPrograms(false), (std::vector<Program*>{second, broken})) << "the end itself is over here";
+  now = TEN + 100 * HOUR;
+  EXPECT_EQ(service.getPrograms(false), std::vector<Program*>{broken}) << "an end that cannot be read never comes";
+  ServiceImpl two({1, 8, 0}, nullptr);
+  ProgramImpl* const earlier = add(&two, 0, HOUR);
+  add(&two, HOUR, 2 * HOUR);
+  now = TEN + HOUR;
+  EXPECT_EQ(two.getCurrentProgram(), earlier) << "but of two the one that ends now is still the current one";
+  EXPECT_NE(first, earlier);
+}
+
+TEST_F(Services, ApplyTheStricterLimit) {
+  struct Row {
+    const char* reason;
+    std::string own;
+    std::string program;
+    int limit;
+  };
+  const Row rows[] = {
+      {"the service is stricter", "12", "16", 12},
+      {"the programme is stricter", "12", "6", 6},
+      {"a service without a rating never wins", "", "16", 16},
+      {"a programme without a rating counts as 0", "12", "", 0},
+      {"a leading number counts", "x", "18+", 0},
+  };
+  std::uint32_t id = 10;
+  for (const Row& row : rows) {
+    ServiceImpl rated({1, ++id, 0}, nullptr);
+    middleware.attribute(id, DURIX_ATTRIBUTE_PARENTAL_RATING) = row.own;
+    now = TEN - 1;
+    add(&rated, 0, HOUR, row.program);
+    ParentalRating* const own = rated.getParentalRating();
+    EXPECT_EQ(own->getValue(), row.own.empty() ? -1 : std::atoi(row.own.c_str())) << "there is no current programme";
+    now = TEN;
+    EXPECT_EQ(rated.getParentalRating()->getValue(), row.limit) << row.reason;
+    now = TEN - 1;
+    EXPECT_EQ(rated.getParentalRating(), own) << "a rating that was handed out stays";
+  }
+}
+
+TEST_F(Services, WriteLocalTimes) {
+  setenv("TZ", "Europe/Stockholm", 1);
+  tzset();
+  EXPECT_EQ(ProgramImpl::time_t_to_time_str(1367950500), "2013-05-07T20:15:00");
+  EXPECT_EQ(ProgramImpl::time_t_to_time_str(253402300800), "10000-01-01T01:00:00");
+  EXPECT_EQ(ProgramImpl::time_t_to_time_str(-1), "") << "there is no such time";
+  unsetenv("TZ");
+  tzset();
+}
+
+}  // namespace
