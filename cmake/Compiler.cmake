@@ -21,11 +21,3 @@ function(tv_sources target)
     target_sources(${target} PRIVATE ${found})
   endforeach()
 endfunction()
-
-# TEMPORARY while the parts are being written.
-function(tv_subdirectory dir)
-  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
-  if(found)
-    add_subdirectory(${dir})
-  endif()
-endfunction()
