@@ -22,21 +22,27 @@ PARTS = {
 # relative to plugins/dvbt/src.
 LAYERS = [
     ["support/.*"],
-    ["core/OptionKeys", "guide/EsgAttributes"],
-    ["ServiceImpl", "ProgramImpl", "BroadcastProvider", "BCLocation", "Locations?Xml\\w*", "BroadcastRecording",
-     "BroadcastScheduling", "BroadcastRecorderPlaylist", "guide/ServiceOrderFile", "guide/ChannelOrder",
-     "settings/Languages", "ChannelListOption", "recording/Calendar", "playback/FeedChooser"],
-    ["core/PropertyBridge", "tuning/ProviderRegistry", "tuning/LocationCatalogue", "tuning/DeviceCache"],
-    ["guide/ServiceList"],
-    ["guide/.*", "ProgramChangedNotifier", "recording/.*", "BroadcastRecorder", "playback/[A-EG-O]\\w*", "BroadcastPlayer",
-     "BroadcastTeletextPlayer"],
+    ["core/OptionKeys", "guide/EsgAttributes", "BCLocation", "ProgramOrder", "playback/SharedVolume"],
+    ["recording/TimedClipMetadata", "recording/Calendar", "recording/ClipRegistry", "recording/MwListener",
+     "recording/RecorderHost", "playback/ListenerDirectory", "settings/Languages", "ChannelListOption",
+     "LocationsXmlParser", "guide/ServiceOrderFile"],
+    ["ServiceImpl", "ProgramImpl", "BroadcastProvider", "BroadcastRecording", "BroadcastScheduling",
+     "BroadcastRecorderPlaylist", "LocationsXmlTables", "guide/ChannelOrder"],
+    ["core/PropertyBridge", "tuning/ProviderRegistry", "tuning/LocationCatalogue", "tuning/DeviceCache",
+     "playback/FeedChooser", "recording/PlaylistShelf"],
+    ["guide/ServiceList", "recording/TimerEvents"],
+    ["guide/GuideUpdater", "guide/UpdateNotices", "guide/EsgFeedRotation", "ProgramChangedNotifier", "BroadcastRecorder",
+     "BroadcastPlayer", "BroadcastPlayerControls", "BroadcastTeletextPlayer"],
     ["tuning/ChannelScan", "settings/SettingsOptions"],
     ["core/EventDispatcher", "playback/PlayerFactory"],
     ["PluginWiring", "BroadcastListener"],
-    ["BroadcastPluginImpl", "vm_init"],
+    ["BroadcastPluginImpl"],
+    ["vm_init"],
 ]
-# Domain classes of one layer that may name each other, because the contract ties them together.
-FRIENDS = {("ServiceImpl", "ProgramImpl")}
+# What belongs together though a line divides it: the two domain classes that the contract ties to each other, a class in
+# two sources, the tables of the parser, and the wiring, which is the façade's own.
+FRIENDS = {("ServiceImpl", "ProgramImpl"), ("BroadcastPlayer", "BroadcastPlayerControls"),
+           ("LocationsXmlParser", "LocationsXmlTables"), ("PluginWiring", "BroadcastPluginImpl")}
 
 
 def part_of(path):
