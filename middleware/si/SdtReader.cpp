@@ -4,23 +4,30 @@
 #include "middleware/si/Descriptors.h"
 #include "middleware/si/TableReaders.h"
 
-#include <dvbpsi/dr_48.h>
-
 namespace durix {
 
 namespace {
 constexpr std::size_t TABLE_HEADER_SIZE = 3;  // original network and a reserved byte
 constexpr std::size_t ENTRY_HEADER_SIZE = 5;
 
-void readServiceDescriptor(const Descriptor& descriptor, DefaultTable table, DescribedService& service) {
-  const Decoded content(descriptor, dvbpsi_DecodeServiceDr);
-  if (!content) return;
-  const auto text = [table](const std::uint8_t* bytes, std::size_t size) {
-    return canonicalName(decodeDvbText({bytes, size}, table));
-  };
-  service.serviceType = content->i_service_type;
-  service.provider = text(content->i_service_provider_name, content->i_service_provider_name_length);
-  service.name = text(content->i_service_name, content->i_service_name_length);
+using Bytes = std::span<const std::uint8_t>;
+
+// A text behind its length, as far as it is there; the rest stays in `bytes`.
+Bytes takeText(Bytes& bytes) {
+  if (bytes.empty()) return {};
+  const std::size_t size = std::min<std::size_t>(bytes[0], bytes.size() - 1);
+  const Bytes text = bytes.subspan(1, size);
+  bytes = bytes.subspan(1 + size);
+  return text;
+}
+
+// EN 300 468, 6.2.33. Not libdvbpsi's reading, which takes the lengths of the texts as they are told.
+void readServiceDescriptor(Bytes data, DefaultTable table, DescribedService& service) {
+  if (data.empty()) return;
+  service.serviceType = data[0];
+  data = data.subspan(1);
+  service.provider = canonicalName(decodeDvbText(takeText(data), table));
+  service.name = canonicalName(decodeDvbText(takeText(data), table));
 }
 
 void readSection(const Section& section, DefaultTable table, std::vector<DescribedService>& services) {
@@ -39,7 +46,7 @@ void readSection(const Section& section, DefaultTable table, std::vector<Describ
     const std::size_t length = (rest[3] & 0x0FU) << 8 | rest[4];
     rest = rest.subspan(ENTRY_HEADER_SIZE);
     for (const auto& descriptor : readDescriptors(rest.first(std::min(length, rest.size())))) {
-      if (descriptor.tag == SERVICE_DESCRIPTOR) readServiceDescriptor(descriptor, table, service);
+      if (descriptor.tag == SERVICE_DESCRIPTOR) readServiceDescriptor(descriptor.data, table, service);
     }
     rest = rest.subspan(std::min(length, rest.size()));
     const auto isSame = [&](const DescribedService& other) { return other.serviceId == service.serviceId; };

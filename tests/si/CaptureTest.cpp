@@ -1,6 +1,7 @@
 // Every recorded DVB broadcast against what independent decoders found in it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <set>
