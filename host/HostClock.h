@@ -10,6 +10,7 @@ namespace host {
 using Clock = std::function<std::int64_t()>;
 
 /// Replaces the clock; an empty one brings back the system's. Every timer looks at the new clock at once.
+/// The one before may still be in a call when this returns.
 void setClock(Clock clock);
 
 /// Seconds since the epoch by the clock in use.
