@@ -77,6 +77,14 @@ typedef void (*durix_tools_frequency_handler)(const durix_tools_frequency* frequ
  */
 durix_return_code durix_tools_scan_report(durix_tools_frequency_handler handler, void* user);
 
+/* ---- Channels ---- */
+
+/*
+ * How many television and radio services of the active provider the hide properties leave out: protected ones, and
+ * radio ones that are not protected. Fails when no instance runs or no provider is active.
+ */
+durix_return_code durix_tools_hidden_services(uint32_t* protected_services, uint32_t* radio_services);
+
 /* ---- Receivers ---- */
 
 typedef struct durix_tools_receiver {

@@ -85,6 +85,7 @@ EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {
 durix_handle* Instance::start(const std::filesystem::path& dataDirectory,
                               std::span<const durix_callback_entry> callbacks) {
   Place place;
+  setLogFile(dataDirectory / "tv.log");
   const std::shared_ptr<Instance> instance(new Instance(dataDirectory));
   for (const auto& entry : callbacks) {
     instance->events().add(entry.event, entry.handler, nullptr, EventQueue::Scope::Instance);

@@ -1,6 +1,6 @@
 #include "middleware/durix_tools.h"
 
-#include <algorithm>
+#include <map>
 #include <string>
 
 #include "middleware/api/Devices.h"
@@ -10,6 +10,7 @@
 #include "middleware/portability/Log.h"
 #include "middleware/portability/Memory.h"
 #include "middleware/portability/Text.h"
+#include "middleware/store/ServiceFilter.h"
 
 using durix::FrequencyOutcome;
 using durix::guarded;
@@ -93,6 +94,25 @@ durix_return_code durix_tools_scan_report(durix_tools_frequency_handler handler,
     if (report.error.empty()) return;
     const durix_tools_frequency failure{{}, DURIX_TOOLS_UNREADABLE, 0, report.error.c_str()};
     handler(&failure, user);
+  });
+}
+
+durix_return_code durix_tools_hidden_services(uint32_t* protected_services, uint32_t* radio_services) {
+  return guarded([&] {
+    const auto instance = Instance::current();
+    need(protected_services, radio_services);
+    const auto active = instance->providers().active();
+    if (!active) throw durix::Failure(durix::Code::Failed);
+    using Verdict = durix::ServiceFilter::Verdict;
+    const durix::ServiceFilter filter(instance->store());
+    std::map<Verdict, std::uint32_t> counts;
+    const auto catalogue = instance->store().catalogue();
+    for (const auto& [id, service] : catalogue->services) {
+      const bool isChannel = service.receiver == *active && service.kind != durix::ServiceKind::Other;
+      if (isChannel) ++counts[filter.judge(service)];
+    }
+    *protected_services = counts[Verdict::Protected];
+    *radio_services = counts[Verdict::Radio];
   });
 }
 

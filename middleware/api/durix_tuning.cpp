@@ -1,11 +1,13 @@
 // Calls of durix.h: providers, services, scans.
 
 #include <algorithm>
-#include <cstring>
+#include <span>
+#include <vector>
 
 #include "middleware/api/Guard.h"
 #include "middleware/api/Instance.h"
 #include "middleware/portability/Memory.h"
+#include "middleware/store/ServiceFilter.h"
 
 using durix::Code;
 using durix::Failure;
@@ -14,8 +16,7 @@ using durix::Instance;
 using durix::need;
 using durix::Providers;
 using durix::ReceiverType;
-using durix::ServiceKind;
-using durix::StoredService;
+using durix::ServiceFilter;
 
 namespace {
 
@@ -27,21 +28,6 @@ durix_return_code withProvider(const durix_provider* provider, Call call) {
     call(*instance, Providers::typeOf(provider, *instance->store().catalogue()));
   });
 }
-
-// What the two hide properties say; protected services are hidden until somebody says otherwise.
-struct Filter {
-  bool hidesProtected;
-  bool hidesRadio;
-
-  explicit Filter(durix::Store& store)
-      : hidesProtected(store.property(DURIX_PROPERTY_HIDE_PROTECTED).value_or("true") == "true"),
-        hidesRadio(store.property(DURIX_PROPERTY_HIDE_RADIO).value_or("false") == "true") {}
-
-  bool shows(const StoredService& service) const {
-    return !service.isHidden && !(hidesProtected && service.isProtected) &&
-           !(hidesRadio && service.kind == ServiceKind::Radio);
-  }
-};
 
 bool matches(std::uint32_t wanted, std::uint32_t own) {
   return wanted == 0 || wanted == own;
@@ -95,10 +81,10 @@ durix_return_code durix_services_get(const durix_provider* provider, durix_esg_o
   return withProvider(provider, [&](Instance& instance, ReceiverType type) {
     need(services, count);
     const auto catalogue = instance.store().catalogue();
-    const Filter filter(instance.store());
+    const ServiceFilter filter(instance.store());
     std::vector<durix_esg_object> objects;
     for (const auto& [id, service] : catalogue->services) {
-      if (service.receiver != type || !filter.shows(service)) continue;
+      if (service.receiver != type || filter.judge(service) != ServiceFilter::Verdict::Shown) continue;
       objects.push_back({static_cast<std::uint32_t>(durix::ObjectKind::Service), id, 0});
     }
     const std::size_t size = objects.size() * sizeof(durix_esg_object);

@@ -38,19 +38,19 @@ void EventQueue::add(std::uint32_t event, durix_event_handler handler, void* use
 bool EventQueue::remove(std::uint32_t event, durix_event_handler handler, Scope scope) {
   std::unique_lock lock(_mutex);
   const auto flag = scope == Scope::All ? &Registration::isForAll : &Registration::isForInstance;
-  Registrations dropped;
+  bool isFound = false;
   for (auto& known : _registrations) {
     if (known->event != event || known->handler != handler || !((*known).*flag)) continue;
     (*known).*flag = false;
-    dropped.push_back(known);
+    isFound = true;
   }
-  std::erase_if(_registrations, [](const auto& known) { return !known->isForInstance && !known->isForAll; });
-  if (!isDispatcher()) {
-    _changed.wait(lock, [&] {
-      return std::none_of(dropped.begin(), dropped.end(), [&](const auto& one) { return one.get() == _running; });
-    });
-  }
-  return !dropped.empty();
+  std::erase_if(_registrations, [](const auto& known) { return !known->isRegistered(); });
+  // Also for one that another thread has just dropped: whoever asks may free what the handler works on.
+  const auto isInside = [&] {
+    return _running != nullptr && _running->event == event && _running->handler == handler && !_running->isRegistered();
+  };
+  if (!isDispatcher()) _changed.wait(lock, [&] { return !isInside(); });
+  return isFound;
 }
 
 void EventQueue::post(EventRecord record) {

@@ -54,6 +54,7 @@ class EventQueue : public std::enable_shared_from_this<EventQueue> {
     void* user;
     bool isForInstance = false;
     bool isForAll = false;
+    bool isRegistered() const { return isForInstance || isForAll; }
   };
   using Registrations = std::vector<std::shared_ptr<Registration>>;
 

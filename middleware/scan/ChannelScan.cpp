@@ -17,8 +17,9 @@
 namespace durix {
 namespace {
 
-// One frequency: more than a minute of any multiplex, and longer than a local disk takes for that.
-constexpr BoundedSource::Bounds BOUNDS{512ULL << 20, std::chrono::seconds(30)};
+// One frequency: twenty seconds of the fastest multiplex (some 50 Mbit/s), where the slowest table comes every ten; and
+// longer than any disk takes for that.
+constexpr BoundedSource::Bounds BOUNDS{128ULL << 20, std::chrono::seconds(30)};
 
 // Nothing is missing in the list of services: every table has been whole, or at least the programmes that the PAT
 // lists are all described.

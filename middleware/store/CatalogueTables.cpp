@@ -102,6 +102,11 @@ void readFeeds(Database& database, Catalogue& catalogue) {
   }
 }
 
+// Whether the name is the one that stands for a missing one.
+bool isMadeUp(const StoredService& service) {
+  return service.name == "Service " + std::to_string(service.serviceId);
+}
+
 // Writes one scan; alive within its transaction.
 class ScanWriter {
  public:
@@ -160,7 +165,7 @@ class ScanWriter {
   bool knowsDescribed(std::uint32_t multiplex) const {
     return std::any_of(_known.services.begin(), _known.services.end(), [&](const auto& entry) {
       const StoredService& service = entry.second;
-      return service.multiplex == multiplex && !service.isHidden && service.originalNetworkId != 0;
+      return service.multiplex == multiplex && !service.isHidden && !isMadeUp(service);
     });
   }
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -67,7 +68,9 @@ void check(Database& database, const std::filesystem::path& file) {
   }
   Statement findings(database, "PRAGMA quick_check(1)");
   if (!findings.step() || findings.text(0) != "ok") {
-    throw Failure(Code::DatabaseDamaged, quoted(file) + " is damaged: " + findings.text(0));
+    std::string finding = findings.text(0);
+    std::replace(finding.begin(), finding.end(), '\n', ' ');
+    throw Failure(Code::DatabaseDamaged, quoted(file) + " is damaged: " + finding);
   }
 }
 
