@@ -28,17 +28,17 @@ TEST(Sections, HaveTheChecksumThatTheStandardWants) {
 
 TEST(Sections, TakeWhatTheStandardAllowsAndNoMore) {
   struct Row {
-    std::uint8_t table;
     std::size_t most;
+    std::uint8_t table;
     std::uint8_t flags;
     const char* reason;
   };
   const Row rows[] = {
-      {0x00, 1024, 0xB0, "PSI: 1024 bytes, and a 0 after the syntax indicator"},
-      {0x42, 1024, 0xF0, "SDT: 1024 bytes"},
-      {0x4E, 4096, 0xF0, "EIT: 4096 bytes, from the first table identifier"},
-      {0x6F, 4096, 0xF0, "to the last"},
-      {0x70, 1024, 0xF0, "what comes after the EIT"},
+      {1024, 0x00, 0xB0, "PSI: 1024 bytes, and a 0 after the syntax indicator"},
+      {1024, 0x42, 0xF0, "SDT: 1024 bytes"},
+      {4096, 0x4E, 0xF0, "EIT: 4096 bytes, from the first table identifier"},
+      {4096, 0x6F, 0xF0, "to the last"},
+      {1024, 0x70, 0xF0, "what comes after the EIT"},
   };
   for (const Row& row : rows) {
     const std::size_t room = bodyCapacity(row.table);

@@ -61,8 +61,8 @@ AudioSource::AudioSource(const Audio& audio, Ticks early, std::chrono::seconds l
 void AudioSource::sendFrame() {
   AVFrame& frame = _encoder.newFrame();
   frame.pts = _sample;
-  auto* samples = reinterpret_cast<std::int16_t*>(frame.data[0]);
-  for (int i = 0; i < FRAME_SAMPLES; ++i, ++_sample) samples[2 * i] = samples[2 * i + 1] = soundAt(_audio, _sample);
+  auto* samples = reinterpret_cast<std::int16_t*>(frame.data[0]);  // left and right in turn
+  for (int i = 0; i < FRAME_SAMPLES; ++i, samples += 2) samples[0] = samples[1] = soundAt(_audio, _sample++);
   _encoder.send();
 }
 

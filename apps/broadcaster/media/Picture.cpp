@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 #include "apps/broadcaster/media/Font.h"
 
@@ -31,7 +32,7 @@ struct Area {
 
 void moveTowards(std::vector<std::uint8_t>& plane, int stride, const Area& area, int value) {
   for (int row = area.top; row < area.bottom; ++row) {
-    const auto begin = plane.begin() + row * stride;
+    const auto begin = plane.begin() + std::ptrdiff_t{row} * stride;
     std::transform(begin + area.left, begin + area.right, begin + area.left,
                    [value](std::uint8_t old) { return static_cast<std::uint8_t>((old + 3 * value) / 4); });
   }

@@ -42,11 +42,11 @@ void drawBars(Picture& picture) {
 }
 
 void drawGrid(Picture& picture, const Colour& tint) {
-  constexpr double STEP = 64;
+  constexpr int STEP = 64;
   picture.rectangle(0, 0, WIDTH, HEIGHT, tint);
   const Colour lines = between(tint, PALE, 0.3);
-  for (double x = 0; x <= WIDTH; x += STEP) picture.rectangle(x - 1, 0, 2, HEIGHT, lines);
-  for (double y = STEP / 2; y < HEIGHT; y += STEP) picture.rectangle(0, y - 1, WIDTH, 2, lines);
+  for (int x = 0; x <= Picture::WIDTH; x += STEP) picture.rectangle(x - 1, 0, 2, HEIGHT, lines);
+  for (int y = STEP / 2; y < Picture::HEIGHT; y += STEP) picture.rectangle(0, y - 1, WIDTH, 2, lines);
   picture.ring(WIDTH / 2, HEIGHT / 2, HEIGHT * 0.45, 6, WHITE);
 }
 
@@ -67,11 +67,11 @@ void drawSunset(Picture& picture, const Colour& tint) {
 
 void drawWaves(Picture& picture, const Colour& tint) {
   constexpr int BANDS = 7;
-  constexpr double SLICE = 2;
+  constexpr int SLICE = 2;
   picture.rectangle(0, 0, WIDTH, HEIGHT, tint);
   for (int band = 1; band < BANDS; ++band) {
     const Colour colour = between(tint, PALE, band % 4 / 4.0);
-    for (double x = 0; x < WIDTH; x += SLICE) {
+    for (int x = 0; x < Picture::WIDTH; x += SLICE) {
       const double angle = 2 * std::numbers::pi * (2 * x / WIDTH + band / 5.0);
       picture.rectangle(x, HEIGHT * band / BANDS + 24 * std::sin(angle), SLICE, HEIGHT, colour);
     }

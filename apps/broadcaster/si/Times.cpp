@@ -1,11 +1,13 @@
 #include "apps/broadcaster/si/Times.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <regex>
 #include <stdexcept>
+#include <string_view>
+#include <system_error>
 
 namespace broadcaster {
 namespace {
@@ -18,35 +20,66 @@ using std::chrono::seconds;
 
 constexpr std::int64_t EPOCH_AS_JULIAN_DATE = 40587;  // 1970-01-01
 
-int number(const std::ssub_match& digits) {
-  return digits.matched ? std::stoi(digits.str()) : 0;
+/// The number of the digits that begin at `at`.
+int number(std::string_view text, std::size_t at, std::size_t digits) {
+  int value = 0;
+  std::from_chars(text.data() + at, text.data() + at + digits, value);
+  return value;
 }
 
-Moment readIso(const std::smatch& parts) {
-  const std::chrono::year_month_day date{std::chrono::year(number(parts[1])),
-                                         std::chrono::month(static_cast<unsigned>(number(parts[2]))),
-                                         std::chrono::day(static_cast<unsigned>(number(parts[3])))};
-  const int hour = number(parts[4]);
-  const int minute = number(parts[5]);
-  const int second = number(parts[6]);
-  if (!date.ok() || hour > 23 || minute > 59 || second > 59) throw std::invalid_argument("there is no such time");
-  if (parts[7].matched) return std::chrono::sys_days(date) + hours(hour) + minutes(minute) + seconds(second);
-  std::tm local{};
-  local.tm_year = number(parts[1]) - 1900;
-  local.tm_mon = number(parts[2]) - 1;
-  local.tm_mday = number(parts[3]);
-  local.tm_hour = hour;
-  local.tm_min = minute;
-  local.tm_sec = second;
-  local.tm_isdst = -1;
-  return Moment(seconds(std::mktime(&local)));
+/// Whether `text` is `shape`, in which 0 stands for any digit.
+bool hasShape(std::string_view text, std::string_view shape) {
+  return std::ranges::equal(text, shape,
+                            [](char is, char wanted) { return wanted == '0' ? is >= '0' && is <= '9' : is == wanted; });
 }
 
-bool isInDatabase(const std::string& zone) {
-  static const std::regex name("[A-Za-z][A-Za-z0-9_+-]*(/[A-Za-z0-9_+-]+)*");
+/// Nothing when the text has another form; std::invalid_argument when it has, but there is no such time.
+std::optional<Moment> readIso(std::string text) {
+  const bool utc = text.ends_with('Z');
+  if (utc) text.pop_back();
+  if (hasShape(text, "0000-00-00T00:00")) text += ":00";
+  if (!hasShape(text, "0000-00-00T00:00:00")) return std::nullopt;
+  std::tm parts{};
+  parts.tm_year = number(text, 0, 4) - 1900;
+  parts.tm_mon = number(text, 5, 2) - 1;
+  parts.tm_mday = number(text, 8, 2);
+  parts.tm_hour = number(text, 11, 2);
+  parts.tm_min = number(text, 14, 2);
+  parts.tm_sec = number(text, 17, 2);
+  parts.tm_isdst = -1;
+  const std::chrono::year_month_day date{std::chrono::year(parts.tm_year + 1900),
+                                         std::chrono::month(static_cast<unsigned>(parts.tm_mon + 1)),
+                                         std::chrono::day(static_cast<unsigned>(parts.tm_mday))};
+  if (!date.ok() || parts.tm_hour > 23 || parts.tm_min > 59 || parts.tm_sec > 59) {
+    throw std::invalid_argument("there is no such time");
+  }
+  return Moment(seconds(utc ? timegm(&parts) : std::mktime(&parts)));
+}
+
+bool isLetter(char letter) {
+  return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z');
+}
+bool isDigit(char letter) {
+  return letter >= '0' && letter <= '9';
+}
+
+bool isInDatabase(std::string_view zone) {
+  const auto isNamePart = [](char letter) {
+    return isLetter(letter) || isDigit(letter) || std::string_view("/_+-").find(letter) != std::string_view::npos;
+  };
   std::error_code ignored;
-  return std::regex_match(zone, name) &&
+  return !zone.empty() && isLetter(zone.front()) && std::ranges::all_of(zone, isNamePart) &&
          std::filesystem::is_regular_file(std::filesystem::path("/usr/share/zoneinfo") / zone, ignored);
+}
+
+/// Whether it begins as a POSIX rule does: a name of three letters or more, or anything in angle brackets, then hours.
+bool isRule(std::string_view zone) {
+  const auto name = zone.starts_with('<')
+                        ? zone.find('>') + 1
+                        : static_cast<std::size_t>(std::ranges::find_if_not(zone, isLetter) - zone.begin());
+  std::string_view hoursPart = name < 3 ? std::string_view() : zone.substr(name);
+  if (hoursPart.starts_with('+') || hoursPart.starts_with('-')) hoursPart.remove_prefix(1);
+  return !hoursPart.empty() && isDigit(hoursPart.front());
 }
 
 }  // namespace
@@ -69,8 +102,7 @@ void writeDuration(ByteWriter& writer, seconds duration) {
 }
 
 void useZone(const std::string& zone) {
-  static const std::regex rule("([A-Za-z]{3,}|<[A-Za-z0-9+-]{3,}>)[+-]?[0-9].*");
-  if (!isInDatabase(zone) && zone != "UTC" && !std::regex_match(zone, rule)) {
+  if (!isInDatabase(zone) && zone != "UTC" && !isRule(zone)) {
     throw std::invalid_argument("there is no time zone \"" + zone + "\"");
   }
   setenv("TZ", zone.c_str(), 1);
@@ -96,23 +128,19 @@ std::optional<Moment> nextOffsetChange(Moment after) {
 }
 
 Moment readMoment(const std::string& text) {
-  static const std::regex iso(R"((\d{4})-(\d\d)-(\d\d)T(\d\d):(\d\d)(?::(\d\d))?(Z)?)");
-  std::smatch parts;
-  Moment moment;
-  if (std::regex_match(text, parts, iso)) {
-    moment = readIso(parts);
-  } else {
+  std::optional<Moment> read = readIso(text);
+  if (!read) {
     std::int64_t epoch = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), epoch);
     if (error != std::errc() || end != text.data() + text.size()) {
       throw std::invalid_argument("a time is YYYY-MM-DDTHH:MM[:SS], with Z for UTC, or seconds since the epoch");
     }
-    moment = Moment(seconds(epoch));
+    read = Moment(seconds(epoch));
   }
-  if (moment < FIRST_MOMENT || moment > LAST_MOMENT) {
+  if (*read < FIRST_MOMENT || *read > LAST_MOMENT) {
     throw std::invalid_argument("the tables of a broadcast can say times from 1970-01-01 to 2038-04-14 only");
   }
-  return moment;
+  return *read;
 }
 
 }  // namespace broadcaster
