@@ -14,7 +14,7 @@ constexpr const char* SELECT =
     "_ZN15ReceiverControl14selectReceiverE12ReceiverTypeNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES6_";
 constexpr const char* SET_ADDRESS =
     "_ZN15ReceiverControl10setAddressENSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi";
-constexpr const char* RESET = "_ZN15ReceiverControl23resetReceiversToDefaultsEv";
+constexpr const char* RESET = "_ZN15ReceiverControl24resetReceiversToDefaultsEv";
 constexpr const char* TUNER_TYPE = "_ZN19BroadcastPluginImpl12getTunerTypeB5cxx11Ev";
 
 constexpr std::size_t TABLE_HEAD = 2;  // words before the first entry that an object points at

@@ -102,7 +102,7 @@ std::vector<std::string> nearNames(const std::string& wanted, const std::vector<
     const std::string candidate = foldCase(name);
     const std::size_t distance = editDistance(typed, candidate);
     const bool contains = !typed.empty() && candidate.find(typed) != std::string::npos;
-    if (!contains && distance > std::max<std::size_t>(2, typed.size() / 3)) continue;
+    if (!contains && distance > 1 + typed.size() / 3) continue;
     ranked.emplace_back(contains ? std::min<std::size_t>(distance, 1) : distance, name);
   }
   std::ranges::stable_sort(ranked, {}, &std::pair<std::size_t, std::string>::first);

@@ -1,0 +1,166 @@
+#!/usr/bin/env python3
+"""`tv scan` and `tv channels` on real broadcasts, held against what an independent parser found in them.
+
+Usage: captures_test.py TV CAPTURES [name...]        (TV_CAPTURES in the environment goes before CAPTURES)
+
+A capture NAME.ts becomes the one frequency of a receiver; NAME.truth.json says what it carries. Names are compared to
+the letter (runs of white space folded), with type, network, number and protection; of channels with one name and type
+the list shows one, the best. Every capture, broken ones too, must end with status 0 or 1 in bounded time.
+Status 77, "skipped", when there are no captures.
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+FREQUENCY = 474000000
+LIMIT = 120  # seconds that a command may take
+TELEVISION = {0x01, 0x11, 0x16, 0x19, 0x1F, 0x20}
+RADIO = {0x02, 0x0A}
+VIDEO = ("mpeg2-video", "mpeg1-video", "h264", "hevc")
+SOUND = ("mpeg1-audio", "mpeg2-audio", "aac", "ac3", "eac3")
+SKIPPED = 77
+
+LOCATION = """<?xml version="1.0" encoding="UTF-8"?>
+<locations><location><name>Full Scan</name><icon>x</icon><type>{type}</type><frequencies>
+<single frequency="{frequency}" bandwidth="8000000"/></frequencies></location></locations>
+"""
+TYPE_TEXTS = {"dvb-t": "DVB-T", "dvb-s": "DVB-S", "atsc": "ATSC", "isdb-t": "ISDBT"}
+# What a television shows of a name: no controls of either range, no marks for a short form.
+MARKS = str.maketrans({**{code: " " for code in [*range(0x20), *range(0x7F, 0xA0)]}, 0xE086: None, 0xE087: None})
+
+
+def folded(name):
+    return re.sub(r"\s+", " ", (name or "").translate(MARKS)).strip()
+
+
+def receiver_type(truth):
+    if truth["standard"] != "DVB":
+        return {"ATSC": "atsc", "ISDB": "isdb-t"}[truth["standard"]]
+    systems = {stream["delivery"].split()[0] for network in truth["networks"]
+               for stream in network["transport_streams"] if stream.get("delivery")}
+    satellite = "dvb-s" in systems or any(mark in truth["capture"] for mark in ["dvbs", "astra"])
+    return "dvb-s" if satellite else "dvb-t"
+
+
+def described(service):
+    """Name and type by the multiplex's service description; the type is None for what no list shows."""
+    kind = service.get("service_type")
+    return folded(service.get("name")), "tv" if kind in TELEVISION else "radio" if kind in RADIO else None
+
+
+def undescribed(service):
+    """The same for a multiplex without any description: only what is sent tells what a service is."""
+    kinds = {component["kind"] for component in service.get("components", [])}
+    video = any(kind.startswith(VIDEO) for kind in kinds)
+    sound = any(kind.startswith(SOUND) for kind in kinds)
+    return f"Service {service['service_id']}", "tv" if video else "radio" if sound else None
+
+
+def expected(truth):
+    """What the list must show: (name, type) to the facts that each of the services under that name has."""
+    describes = any(table.endswith("/0x42") for table in truth["tables_seen"])
+    channels = {}
+    for service in truth["services"]:
+        name, kind = described(service) if describes else undescribed(service)
+        if kind is None or not name or service.get("hidden"):
+            continue
+        if describes and not service.get("in_sdt_actual"):
+            continue
+        if (truth["pat"] or not describes) and not service.get("in_pat"):
+            continue  # described but not sent; and programme maps alone make no services
+        facts = {"number": service.get("lcn") or 0}
+        if describes:
+            facts |= {"network": service["original_network_id"], "protected": bool(service["free_ca_mode"])}
+        channels.setdefault((name, kind), []).append(facts)
+    return channels
+
+
+class Television:
+    """`tv` with a capture on the air."""
+
+    def __init__(self, program, root, capture, truth):
+        kind = receiver_type(truth)
+        (root / "air").mkdir()
+        (root / "library" / "locations").mkdir(parents=True)
+        (root / "library" / "scan_conf.txt").write_text("lang:eng\nlang:ita\nlang:fra\n")
+        text = LOCATION.format(type=TYPE_TEXTS[kind], frequency=FREQUENCY)
+        (root / "library" / "locations" / "fullscan.xml").write_text(text)
+        shutil.copyfile(capture, root / "air" / f"{FREQUENCY}.ts")
+        self.line = [program, "--data", str(root / "data"), "--library", str(root / "library"),
+                     "--receiver", f"{kind}=file:{root / 'air'},time=stream", "--json"]
+
+    def run(self, *words):
+        return subprocess.run([*self.line, *words], capture_output=True, text=True, timeout=LIMIT)
+
+
+def differences(channels, wanted):
+    """One line for each thing that the list has otherwise than the broadcast."""
+    shown = {}
+    for channel in channels:
+        key = (channel["name"], channel["type"])
+        if key in shown:
+            yield f"{key} is shown twice"
+        shown[key] = channel
+    for key in sorted(wanted.keys() - shown.keys()):
+        yield f"{key} is missing"
+    for key in sorted(shown.keys() - wanted.keys()):
+        yield f"{key} is shown but not broadcast"
+    for key in sorted(wanted.keys() & shown.keys()):
+        if not any(all(shown[key][field] == value for field, value in facts.items()) for facts in wanted[key]):
+            yield f"{key} is shown as {shown[key]}, broadcast is {wanted[key]}"
+
+
+def check(program, capture, truth):
+    """The faults of one capture."""
+    with tempfile.TemporaryDirectory(prefix="tv captures ") as root:
+        television = Television(program, pathlib.Path(root), capture, truth)
+        try:
+            shown = television.run("settings", "settings.option.id.hide.protected", "false")
+            if shown.returncode != 0:
+                return [f"settings: status {shown.returncode} {shown.stderr.strip()}"]
+            scan = television.run("scan")
+            if scan.returncode not in (0, 1):
+                return [f"scan: status {scan.returncode} {scan.stderr.strip()}"]
+            wanted = expected(truth) if truth["standard"] == "DVB" else None
+            if not wanted and scan.returncode == 1:
+                return []  # nothing is found, nothing is there
+            if scan.returncode == 1:
+                return [f"scan finds nothing: {scan.stderr.strip()}"] if truth["standard"] == "DVB" else []
+            listed = television.run("channels")
+            if listed.returncode != 0:
+                return [f"channels: status {listed.returncode} {listed.stderr.strip()}"]
+            channels = json.loads(listed.stdout)
+            faults = list(differences(channels, wanted)) if wanted is not None else []
+            if json.loads(scan.stdout)["names"] != [channel["name"] for channel in channels]:
+                faults.append("scan and channels give other names")
+            return faults
+        except subprocess.TimeoutExpired as stuck:
+            return [f"{stuck.cmd[-1]} hangs"]
+
+
+def main():
+    program, folder, *names = sys.argv[1:]
+    folder = pathlib.Path(os.environ.get("TV_CAPTURES", folder))
+    pairs = [(path.with_name(path.name.replace(".truth.json", ".ts")), path) for path in sorted(folder.glob("*.truth.json"))]
+    pairs = [(capture, truth) for capture, truth in pairs
+             if capture.exists() and (not names or capture.stem in names)]
+    if not pairs:
+        print(f"skipped: there are no captures in {folder} (TV_CAPTURES names another place)")
+        return SKIPPED
+    exact = 0
+    for capture, truth in pairs:
+        faults = check(program, capture, json.loads(truth.read_text(encoding="utf-8")))
+        exact += not faults
+        print(f"{'FAULT' if faults else 'ok   '} {capture.stem}", flush=True)
+        for fault in faults:
+            print(f"      {fault}")
+    print(f"{exact} of {len(pairs)} captures as broadcast")
+    return 0 if exact == len(pairs) else 1
+
+
+sys.exit(main())
