@@ -65,18 +65,19 @@ void EsgFeedRotation::openEsgDataFeeds() {
     BC_INFO(LOG, "durix_services_get NOT Successful");
     return;
   }
-  beginRotation(services);
-  openNewDataFeed();
-  initEsgTimer();
+  closeEsgDataFeeds();  // one rotation at a time
+  std::uint64_t rotation = 0;
+  {
+    const Lock lock(_feedMutex);
+    rotation = ++_rotation;
+    _esgServices = services;
+  }
+  openNewDataFeed(rotation);
+  initEsgTimer(rotation);
 }
 
 void EsgFeedRotation::closeEsgDataFeeds() {
-  beginRotation(nullptr);
-}
-
-/// Ends the rotation that is there and puts one over `services`, or none, in its place. The number of the feed opened
-/// last stays.
-void EsgFeedRotation::beginRotation(std::shared_ptr<const ServiceArray> services) {
+  std::shared_ptr<const ServiceArray> services;
   std::optional<durix_esg_object> feed;
   VmTimer* timer = nullptr;
   {
@@ -86,8 +87,8 @@ void EsgFeedRotation::beginRotation(std::shared_ptr<const ServiceArray> services
     // it may wait for the recorder, in whose notice the host may call this.
     if (!_turning) timer = _esgTimer.get();
     feed = std::exchange(_esgFeed, std::nullopt);
-    _esgServices.swap(services);
-    _esgServiceIndex = 0;
+    services.swap(_esgServices);
+    _esgServiceIndex = 0;  // the number of the feed opened last stays
   }
   if (timer != nullptr) timer->clear();
   closeFeed(feed);

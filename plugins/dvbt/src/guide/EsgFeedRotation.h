@@ -47,7 +47,6 @@ class EsgFeedRotation {
   void keep(const durix_esg_object& feed, std::int32_t number, std::uint32_t service, std::uint64_t rotation);
   void rewind(std::uint64_t rotation);
   void initEsgTimer(std::uint64_t rotation);
-  void beginRotation(std::shared_ptr<const ServiceArray> services);
 
   // fixed after construction
   ProviderRegistry& _providers;  // outlives this
@@ -57,9 +56,8 @@ class EsgFeedRotation {
   mutable RankedMutex _feedMutex{LockRank::Leaf};
   std::unique_ptr<VmTimer> _esgTimer BC_GUARDED_BY(_feedMutex);
   std::shared_ptr<const ServiceArray> _esgServices BC_GUARDED_BY(_feedMutex);  // null while closed
-  std::uint32_t _esgServiceIndex BC_GUARDED_BY(_feedMutex) =
-      0;  // whose feed was opened last; means nothing while closed
-  std::optional<durix_esg_object> _esgFeed BC_GUARDED_BY(_feedMutex);    // the open feed, a copy
+  std::uint32_t _esgServiceIndex BC_GUARDED_BY(_feedMutex) = 0;                // whose feed was opened last
+  std::optional<durix_esg_object> _esgFeed BC_GUARDED_BY(_feedMutex);          // the open feed, a copy
   std::optional<std::int32_t> _esgFeedNumber BC_GUARDED_BY(_feedMutex);  // of the feed opened last; none carries "none"
   std::uint64_t _rotation BC_GUARDED_BY(_feedMutex) = 0;
   bool _turning BC_GUARDED_BY(_feedMutex) = false;  // a turn is under way; it has used up the pending timeout

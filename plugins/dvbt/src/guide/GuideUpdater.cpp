@@ -67,7 +67,8 @@ void ProgramUpdater::startPass() {
 
 void ProgramUpdater::stopAndWait() {
   setEnabled(false);
-  join();  // always: a thread that was just started has not set the running flag yet
+  join();            // always: a thread that was just started has not set the running flag yet
+  _claimed = false;  // a claim whose thread could not be started ends here
 }
 
 void ProgramUpdater::run(void* /*argument*/) {
