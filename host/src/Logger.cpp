@@ -77,7 +77,7 @@ void writeAll(int file, const std::string& text) {
   if (::write(file, text.data(), text.size()) < 0) return;
 }
 
-std::string formatMessage(const char* format, std::va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string formatMessage(const char* format, std::va_list arguments) {
   std::array<char, 512> small{};
   std::va_list again;
   va_copy(again, arguments);

@@ -39,7 +39,8 @@ durix_return_code guarded(Call call) noexcept {
 /// Throws Failure InvalidArgument unless all pointers are set.
 template <typename... Pointers>
 void need(const Pointers*... pointers) {
-  if (((pointers == nullptr) || ...)) throw Failure(Code::InvalidArgument);
+  const bool isMissing = (... || (pointers == nullptr));
+  if (isMissing) throw Failure(Code::InvalidArgument);
 }
 
 }  // namespace durix

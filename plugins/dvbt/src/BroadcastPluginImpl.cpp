@@ -321,7 +321,7 @@ int BroadcastPluginImpl::getPlayerType(AvContent* /*content*/) {
 
 void BroadcastPluginImpl::notifyPlayer(Plugin* plugin, bool isStarted, bool hasError) {
   // The one fan-out that holds the host's listener lock: listeners must not add or remove listeners here.
-  const Lock lock(*_listenerMutex, LockRank::Listener);
+  const RankedHold lock(*_listenerMutex, LockRank::Listener);
   const std::vector<PluginListener*> listeners = _listeners;
   for (PluginListener* const listener : listeners) listener->notifyPlayer(plugin, isStarted, hasError);
 }

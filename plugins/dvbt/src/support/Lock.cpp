@@ -27,7 +27,7 @@ void checkOrder(const VmMutex* mutex, LockRank rank) {
 }  // namespace
 #endif
 
-Lock::Lock(VmMutex& mutex, [[maybe_unused]] LockRank rank) BC_NO_ANALYSIS : _mutex(mutex) {
+RankedHold::RankedHold(VmMutex& mutex, [[maybe_unused]] LockRank rank) : _mutex(mutex) {
 #ifndef NDEBUG
   checkOrder(&mutex, rank);
   held.push_back({&mutex, rank});
@@ -35,7 +35,7 @@ Lock::Lock(VmMutex& mutex, [[maybe_unused]] LockRank rank) BC_NO_ANALYSIS : _mut
   _mutex.acquire();
 }
 
-Lock::~Lock() {
+RankedHold::~RankedHold() {
   _mutex.release();
 #ifndef NDEBUG
   const auto last = std::find_if(held.rbegin(), held.rend(), [&](const Held& h) { return h.mutex == &_mutex; });

@@ -11,10 +11,10 @@ enum class LockRank : std::uint8_t {
   Discover,          // _discoverMutex
   ScanStart,         // the last steps of a scan start
   Recorder,          // BroadcastRecorder::_mutex
+  Listener,          // the host's listener lock, in notifyPlayer only
   Services,          // _servicesMutex
   Reload,            // a reload of the channel list
   OrderFile,         // service_order.dat
-  Listener,          // the host's listener lock, in notifyPlayer only
   MainPlayer,        // the current main player
   Notices,           // _updateDataMutex, or the notifier's mutex
   FeedRegistration,  // registering feeds-changed callbacks
@@ -23,6 +23,19 @@ enum class LockRank : std::uint8_t {
   Parser,            // the locations parser
   GetString,         // getstring
   Leaf               // containers; nothing is called while one is held
+};
+
+/// Holds a mutex for a scope in its place in the order. In debug builds a lock taken out of order aborts with both
+/// ranks; taking again what the thread holds already is legal. Used as it is for a mutex that the host made.
+class RankedHold {
+ public:
+  RankedHold(VmMutex& mutex, LockRank rank);
+  RankedHold(const RankedHold&) = delete;
+  RankedHold& operator=(const RankedHold&) = delete;
+  ~RankedHold();
+
+ private:
+  VmMutex& _mutex;
 };
 
 /// A recursive mutex of the plugin with its place in the order.
@@ -36,16 +49,14 @@ class BC_CAPABILITY("mutex") RankedMutex {
   const LockRank _rank;
 };
 
-/// Holds a lock for a scope. In debug builds a lock taken out of order aborts with both ranks; taking again what the
-/// thread holds already is legal.
+/// Holds a ranked mutex for a scope.
 class BC_SCOPED_CAPABILITY Lock {
  public:
-  explicit Lock(RankedMutex& mutex) BC_ACQUIRE(mutex) : Lock(mutex._mutex, mutex._rank) {}
-  Lock(VmMutex& mutex, LockRank rank);  // a mutex that the host made
+  explicit Lock(RankedMutex& mutex) BC_ACQUIRE(mutex) : _held(mutex._mutex, mutex._rank) {}
+  ~Lock() BC_RELEASE() = default;
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
-  ~Lock() BC_RELEASE();
 
  private:
-  VmMutex& _mutex;
+  RankedHold _held;
 };
