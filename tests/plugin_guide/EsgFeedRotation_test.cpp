@@ -4,6 +4,7 @@
 
 #include <future>
 #include <thread>
+#include <utility>
 
 #include "FakeMiddleware.h"
 #include "tuning/ProviderRegistry.h"
@@ -150,8 +151,8 @@ TEST_F(EsgFeedRotationTest, ClosesWithoutWaitingForATurnThatWaitsForTheRecorder)
   open();
   std::promise<void> asked;
   std::promise<void> answered;
-  onQuestion = [&] {
-    onQuestion = nullptr;
+  onQuestion = [&, first = true]() mutable {
+    if (!std::exchange(first, false)) return;
     asked.set_value();
     answered.get_future().wait();
   };

@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <future>
 #include <limits>
+#include <thread>
+#include <utility>
 
 #include "BroadcastProvider.h"
 #include "FakeMiddleware.h"
@@ -158,7 +159,8 @@ TEST_F(GuideUpdaterTest, RunsOnePassForAllStartsUntilItIsOver) {
   middleware.calls();
   std::promise<void> inBody;
   std::promise<void> goOn;
-  onBody = [&] {
+  onBody = [&, first = true]() mutable {
+    if (!std::exchange(first, false)) return;
     inBody.set_value();
     goOn.get_future().wait();
   };
@@ -166,7 +168,6 @@ TEST_F(GuideUpdaterTest, RunsOnePassForAllStartsUntilItIsOver) {
   updater.updateProgramList();  // the thread may not have come to its body yet
   inBody.get_future().wait();
   updater.updateProgramList();
-  onBody = nullptr;
   goOn.set_value();
   while (middleware.calls().empty()) std::this_thread::yield();
   updater.stopAndWait();
