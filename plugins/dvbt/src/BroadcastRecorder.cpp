@@ -82,7 +82,7 @@ BroadcastRecorder::BroadcastRecorder(BroadcastPlugin& plugin, RecorderHost& host
 BroadcastRecorder::~BroadcastRecorder() {
   _broadcast.removeListener(this);
   _mwListener.reset();
-  if (Recording* const running = _timeshiftRecording) deleteRecording(running);
+  if (Recording* const running = _timeshiftRecording) BroadcastRecorder::deleteRecording(running);
   if (durix_recorder* const recorder = _durixRecorder.exchange(nullptr)) durix_recorder_close(recorder);
   delete _timeshiftRecording;
   for (const Recording* const orphan : _orphans) delete orphan;

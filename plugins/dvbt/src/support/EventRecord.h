@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "durix/durix.h"
 #include "support/Text.h"
@@ -22,12 +23,13 @@ class EventRecord {
   }
   std::string text(std::size_t offset, std::size_t size) const { return fixedText(_bytes + offset, size); }
   const void* address() const { return _bytes; }
+  std::vector<char> copy(std::size_t size) const { return {_bytes, _bytes + size}; }
 
  private:
   template <typename Value>
   Value read(std::size_t offset) const {
-    Value value;
-    std::memcpy(&value, _bytes + offset, sizeof value);
+    Value value{};
+    std::memcpy(&value, _bytes + offset, sizeof value);  // NOLINT(bugprone-sizeof-expression): of a pointer itself too
     return value;
   }
 
