@@ -229,6 +229,26 @@ TEST(MultiplexScanner, EndsWhenItsTablesAreCompleteOrWereWaitedFor) {
   EXPECT_TRUE(bounded.isDone()) << "a stream without a clock is bounded by its packets";
 }
 
+TEST(MultiplexScanner, KeepsWithinItsBoundsWhateverIsAnnounced) {
+  StreamBuilder early;
+  for (std::uint16_t i = 0; i < 600; ++i) {
+    early.add(static_cast<std::uint16_t>(0x100 + i), {pmtSection(i, {})});
+    early.add(0x10, {nitSection(i, 7, 0x22, {})});
+    early.add(0x11, {sdt({sdtEntry(i, serviceDescriptor(1, "One"))}, i)});
+  }
+  const auto unlisted = tablesOf(early.bytes());
+  EXPECT_LE(unlisted.programs.size(), 256U);
+  EXPECT_LE(unlisted.networks.size(), 16U);
+  EXPECT_LE(unlisted.services.size(), 16U);
+  StreamBuilder listed;
+  for (unsigned part = 0; part < 8; ++part) {
+    Bytes body;
+    for (unsigned i = 0; i < 250; ++i) body = join({body, word(part * 250 + i + 1), word(0xE100)});
+    listed.add(0, {section({.extension = 7, .number = static_cast<std::uint8_t>(part), .last = 7}, body)});
+  }
+  EXPECT_EQ(tablesOf(listed.bytes()).pat.size(), 1024U);
+}
+
 TEST(ReadMoment, KnowsTimeBeyondTheDayCounter) {
   using Moment = std::array<std::uint8_t, 5>;
   const std::vector<std::pair<Moment, std::optional<std::int64_t>>> rows = {
