@@ -7,11 +7,10 @@
 #include <thread>
 #include <utility>
 
-#include "BroadcastProvider.h"
 #include "FakeMiddleware.h"
-#include "FakePlugin.h"
 #include "ServiceImpl.h"
 #include "guide/ServiceList.h"
+#include "plugin_channels/TestPlugin.h"
 #include "velmora/Program.h"
 
 namespace {
@@ -25,7 +24,7 @@ std::vector<unsigned> idsOf(const std::vector<Program*>& programs) {
 }
 
 /// The updater over a channel list of the middleware's services.
-class GuideUpdaterTest : public testing::Test, public ServiceListHost, public GuideUpdaterHost {
+class GuideUpdaterTest : public testing::Test, public GuideUpdaterHost {
  protected:
   GuideUpdaterTest() { plugin.setState(PLUGIN_ACTIVE); }
   ~GuideUpdaterTest() override { updater.stopAndWait(); }
@@ -40,10 +39,6 @@ class GuideUpdaterTest : public testing::Test, public ServiceListHost, public Gu
     updater.updatePrograms();
     return middleware.calls();
   }
-
-  BroadcastProvider* activeInProviders() override { return &provider; }
-  bool hasProviders() override { return true; }
-  int receiverCount() override { return 1; }
 
   bool isClosing() override {
     if (onBody) onBody();
@@ -64,9 +59,8 @@ class GuideUpdaterTest : public testing::Test, public ServiceListHost, public Gu
   }
 
   FakeMiddleware middleware;
-  FakePlugin plugin;
-  BroadcastProvider provider{{1, 1, 7, "Net", {0, 0}}};
-  ServiceList services{plugin, plugin.channelList(), *this};
+  TestPlugin plugin;
+  ServiceList& services = plugin.list;
   bool closing = false;
   std::function<void()> onNotice;
   std::function<void()> onBody;  // on the updater's thread, before the pass

@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "FakeMiddleware.h"
-#include "FakePlugin.h"
+#include "NotingListener.h"
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
+#include "plugin_channels/TestPlugin.h"
 #include "support/Gate.h"
 
 namespace {
@@ -37,7 +38,7 @@ class ProgramChangedNotifierTest : public testing::Test {
   }
 
   FakeMiddleware middleware;
-  FakePlugin plugin;
+  TestPlugin plugin;
   NotingListener listener{[this](const std::string& text) { middleware.note(text); }};
   ServiceImpl service{{1, 1, 0}, &plugin};
   ProgramChangedNotifier notifier;

@@ -7,8 +7,8 @@
 
 #include "ChannelListOption.h"
 #include "FakeMiddleware.h"
-#include "FakePlugin.h"
 #include "core/OptionKeys.h"
+#include "plugin_channels/TestPlugin.h"
 #include "settings/Languages.h"
 #include "tuning/LocationCatalogue.h"
 #include "velmora/Velmora.h"
@@ -51,7 +51,7 @@ class SettingsOptionsTest : public testing::Test, public SettingsHost {
   void changeAudioLanguage(const std::string& language) override { middleware.note("audio " + language); }
 
   FakeMiddleware middleware;
-  FakePlugin plugin;
+  TestPlugin plugin;
   LocationCatalogue locations;
   bool recorder = true;
   std::map<durix_property, std::string> properties;
@@ -112,7 +112,7 @@ TEST_F(SettingsOptionsTest, OffersItsOptionsInTheStatedOrder) {
   }
   EXPECT_EQ(settings.getOptions()->size(), 1U) << "built anew, not twice";
   EXPECT_EQ(group()->getId(), "BC_PLUGIN_OPTIONS");
-  EXPECT_EQ(group()->getOwner(), "BC_PLUGIN");
+  EXPECT_EQ(group()->getOwner(), plugin.getId());
   settings.deleteGroups();
   EXPECT_TRUE(settings.getOptions()->empty());
   EXPECT_EQ(settings.getPreferredAudioLanguage() + settings.getPreferredSubtitleLanguage(), "");

@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "FakeMiddleware.h"
-#include "FakePlugin.h"
+#include "NotingListener.h"
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
+#include "plugin_channels/TestPlugin.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ class UpdateNoticesTest : public testing::Test, public TimerListener {
   void queue(Service& service, std::vector<Program*> programs) { notices.notifyProgramUpdate(&service, &programs); }
 
   FakeMiddleware middleware;
-  FakePlugin plugin;
+  TestPlugin plugin;
   NotingListener listener{[this](const std::string& text) { middleware.note(text); }};
   UpdateNotices notices{plugin};
   ServiceImpl first{{1, 1, 0}, &plugin};

@@ -1,4 +1,4 @@
-#include "FakePlugin.h"
+#include "NotingListener.h"
 
 #include "velmora/Program.h"
 #include "velmora/Service.h"
