@@ -15,9 +15,13 @@ struct Devices {
 
 }  // namespace
 
-Device::Device(void* record) : _record{} {
-  if (record) std::memcpy(_record, record, sizeof _record);
-  Devices& devices = host::forEver<Devices>();
+Device::Device(void* record) {
+  if (record) {
+    std::memcpy(_record, record, sizeof _record);
+  } else {
+    std::memset(_record, 0, sizeof _record);
+  }
+  auto& devices = host::forEver<Devices>();
   const std::lock_guard lock(devices.mutex);
   devices.all.push_back(this);
 }

@@ -50,19 +50,19 @@ HostOptions::HostOptions() {
 }  // namespace
 
 std::optional<int> parentalLimit() {
-  const HostOptions& options = forEver<HostOptions>();
+  const auto& options = forEver<HostOptions>();
   if (!options.enabled->getBooleanValue()) return std::nullopt;
   return options.age->getIntegerValue();
 }
 
 std::vector<OptionGroup*> hostOptionGroups() {
-  HostOptions& options = forEver<HostOptions>();
+  auto& options = forEver<HostOptions>();
   const std::lock_guard lock(options.mutex);
   return options.groups;
 }
 
 void keepOptionGroup(OptionGroup* group) {
-  HostOptions& options = forEver<HostOptions>();
+  auto& options = forEver<HostOptions>();
   const std::lock_guard lock(options.mutex);
   options.groups.push_back(group);
 }

@@ -78,7 +78,7 @@ class ListenerList : public ListenerSet {
   template <class List = ListenerList, class... Arguments>
   static std::shared_ptr<List> make(Arguments&&... arguments) {
     auto list = std::make_shared<List>(std::forward<Arguments>(arguments)...);
-    Registry& registry = forEver<Registry>();
+    auto& registry = forEver<Registry>();
     const std::lock_guard lock(registry.mutex);
     std::erase_if(registry.lists, [](const auto& known) { return known.expired(); });
     registry.lists.push_back(list);
@@ -89,7 +89,7 @@ class ListenerList : public ListenerSet {
   static void forget(Listener* listener) {
     std::vector<std::weak_ptr<ListenerList>> lists;
     {
-      Registry& registry = forEver<Registry>();
+      auto& registry = forEver<Registry>();
       const std::lock_guard lock(registry.mutex);
       lists = registry.lists;
     }

@@ -77,21 +77,6 @@ void writeAll(int file, const std::string& text) {
   if (::write(file, text.data(), text.size()) < 0) return;
 }
 
-__attribute__((format(printf, 1, 0))) std::string formatMessage(const char* format, std::va_list arguments) {
-  std::array<char, 512> small{};
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(small.data(), small.size(), format, arguments);
-  std::string message(small.data());
-  if (length >= static_cast<int>(small.size())) {
-    std::vector<char> large(static_cast<std::size_t>(length) + 1);
-    std::vsnprintf(large.data(), large.size(), format, again);
-    message.assign(large.data());
-  }
-  va_end(again);
-  return message;
-}
-
 void write(const host::LogLine& line) {
   Output& out = output();
   const std::lock_guard lock(out.mutex);
@@ -142,7 +127,7 @@ void setLogSink(std::function<void(const LogLine&)> sink) {
 Logger::Logger(std::string category) : _category(std::move(category)) {}
 
 Logger* Logger::loggerFactory(const char* category) {
-  Loggers& loggers = host::forEver<Loggers>();
+  auto& loggers = host::forEver<Loggers>();
   const std::string name = category ? category : "";
   const std::lock_guard lock(loggers.mutex);
   Logger*& logger = loggers.known[name];
@@ -151,12 +136,23 @@ Logger* Logger::loggerFactory(const char* category) {
 }
 
 void Logger::_log(const char* level, const char* file, int line, const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
   try {
-    write({level ? level : "", _category, file ? file : "", line, formatMessage(format, arguments)});
+    std::array<char, 512> small{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(small.data(), small.size(), format, arguments);
+    va_end(arguments);
+    std::string message(small.data());
+    if (length >= static_cast<int>(small.size())) {
+      std::vector<char> large(static_cast<std::size_t>(length) + 1);
+      va_start(arguments, format);
+      std::vsnprintf(large.data(), large.size(), format, arguments);
+      va_end(arguments);
+      message.assign(large.data());
+    }
+    write({level ? level : "", _category, file ? file : "", line, std::move(message)});
   } catch (...) {
     // Without memory there is no line; whoever logs goes on.
+    return;
   }
-  va_end(arguments);
 }

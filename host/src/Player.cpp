@@ -69,5 +69,7 @@ bool Player::changeTeletextPage(VmTeletextPageCmd) {
 AvContent* Player::getContent() {
   return _content;
 }
+// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes these by value
 void Player::changeAudioLanguage(std::string) {}
 void Player::changeSubtitleLanguage(std::string) {}
+// NOLINTEND(performance-unnecessary-value-param)

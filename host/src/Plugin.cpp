@@ -57,7 +57,9 @@ int Plugin::cancelQuery(VmHttpQuery*) {
 void Plugin::update() {}
 void Plugin::clear() {}
 void Plugin::load() {}
+// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes these by value
 void Plugin::load(std::string) {}
+// NOLINTEND(performance-unnecessary-value-param)
 void Plugin::cancelAll() {}
 void Plugin::search(Search*) {}
 void Plugin::cancel(Search*) {}

@@ -35,20 +35,20 @@ void PluginListeners::detach() {
 }
 
 std::shared_ptr<PluginListeners> PluginListeners::of(const Plugin* plugin) {
-  Plugins& plugins = forEver<Plugins>();
+  auto& plugins = forEver<Plugins>();
   const std::lock_guard lock(plugins.mutex);
   const auto known = plugins.alive.find(plugin);
   return known == plugins.alive.end() ? nullptr : known->second;
 }
 
 void PluginListeners::remember(const Plugin* plugin, const std::shared_ptr<PluginListeners>& listeners) {
-  Plugins& plugins = forEver<Plugins>();
+  auto& plugins = forEver<Plugins>();
   const std::lock_guard lock(plugins.mutex);
   plugins.alive[plugin] = listeners;
 }
 
 void PluginListeners::forgetPlugin(const Plugin* plugin) {
-  Plugins& plugins = forEver<Plugins>();
+  auto& plugins = forEver<Plugins>();
   const std::lock_guard lock(plugins.mutex);
   plugins.alive.erase(plugin);
 }
@@ -59,6 +59,7 @@ PluginListener::~PluginListener() {
   host::PluginListeners::forget(this);
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes these by value
 void PluginListener::notifyDiscover(Plugin*, bool, bool, unsigned, unsigned, unsigned, std::vector<std::string>) {}
 void PluginListener::notifyStatistics(Plugin*, unsigned, unsigned, bool, unsigned char, unsigned char) {}
 void PluginListener::notifyPlayer(Plugin*, bool, bool) {}
@@ -70,3 +71,4 @@ void PluginListener::notifySearch(Plugin*, std::vector<AvContent*>) {}
 void PluginListener::notifyProgramStarted(Plugin*, Service*, Program*) {}
 void PluginListener::notifyProgramEnded(Plugin*, Service*, Program*) {}
 void PluginListener::notifyCurrentProgram(Plugin*, Service*, Program*) {}
+// NOLINTEND(performance-unnecessary-value-param)

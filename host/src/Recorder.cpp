@@ -10,12 +10,14 @@ RecorderListener::~RecorderListener() {
   host::ListenerList<RecorderListener>::forget(this);
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes these by value
 void RecorderListener::notifyScheduledRecordingUpdated(Scheduling*) {}
 void RecorderListener::notifyRecordingActive(Scheduling*) {}
 void RecorderListener::notifyRecordingActivating(Scheduling*, unsigned, std::vector<Scheduling*>) {}
 void RecorderListener::notifyRecordingDeactive(Scheduling*) {}
 void RecorderListener::notifyDeviceFull(Scheduling*) {}
 void RecorderListener::notifyPlaylistUpdated(Playlist*, std::vector<Clip*>) {}
+// NOLINTEND(performance-unnecessary-value-param)
 
 Recorder::Recorder(Plugin* plugin) : _plugin(plugin), _listeners(std::make_unique<Listeners>()) {}
 Recorder::~Recorder() = default;

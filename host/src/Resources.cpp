@@ -18,7 +18,7 @@ struct Resources {
 
 Resource* VmResourceLoader::getResource(const std::string& uri, int type) {
   if (uri.empty()) return nullptr;
-  Resources& resources = host::forEver<Resources>();
+  auto& resources = host::forEver<Resources>();
   const std::lock_guard lock(resources.mutex);
   auto& resource = resources.known[{uri, type}];
   if (!resource) resource = std::make_unique<Resource>(uri);
@@ -36,4 +36,6 @@ bool VmRecommendationUpdater::Start() {
 }
 
 void VmRecommendationUpdater::Stop() {}
+// NOLINTBEGIN(performance-unnecessary-value-param): the contract passes these by value
 void VmRecommendationUpdater::updateContentRecommendations(std::vector<AvContent*>, Playlist*) {}
+// NOLINTEND(performance-unnecessary-value-param)

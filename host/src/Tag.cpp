@@ -23,7 +23,7 @@ TagFactory* TagFactory::getInstance() {
 }
 
 Tag* TagFactory::getTag(const std::string& id, const std::string& name, const std::string& text) {
-  Tags& tags = host::forEver<Tags>();
+  auto& tags = host::forEver<Tags>();
   const std::lock_guard lock(tags.mutex);
   Tag*& tag = tags.known[id];
   if (!tag) tag = new Tag(id, name, text);

@@ -40,7 +40,7 @@ PropertyListener::~PropertyListener() {
 Velmora::Velmora() : _state(std::make_unique<State>()) {}
 
 Velmora* Velmora::getInstance() {
-  static Velmora* const instance = new Velmora;
+  static auto* const instance = new Velmora;
   return instance;
 }
 
