@@ -24,9 +24,17 @@ constexpr std::uint8_t LOUDEST = 100;
 constexpr std::uint32_t FIRST_PAGE = 100;
 constexpr std::uint32_t LAST_PAGE = 899;
 
+// A player lives as long as the instance that it was made with, if nobody destroys it before.
+struct Owned {
+  Owned(const std::shared_ptr<Instance>& owner, const durix_render_data& data) : instance(owner), player(data) {}
+
+  std::weak_ptr<Instance> instance;
+  Player player;
+};
+
 // Never destroyed: a call may come while the process ends.
-durix::HandleTable<durix_player, Player>& players() {
-  static auto* const table = new durix::HandleTable<durix_player, Player>;
+durix::HandleTable<durix_player, Owned>& players() {
+  static auto* const table = new durix::HandleTable<durix_player, Owned>;
   return *table;
 }
 
@@ -34,9 +42,9 @@ template <typename Call>
 durix_return_code withPlayer(const durix_player* handle, Call call) {
   return guarded([&] {
     const auto instance = Instance::current();
-    const auto player = players().find(handle);
-    if (player == nullptr) throw Failure(Code::UnknownObject);
-    call(*player, *instance);
+    const auto owned = players().find(handle);
+    if (owned == nullptr || owned->instance.lock() != instance) throw Failure(Code::UnknownObject);
+    call(owned->player, *instance);
   });
 }
 
@@ -62,18 +70,15 @@ durix_return_code durix_player_deinit() {
 
 durix_return_code durix_player_create(durix_player** player, const durix_render_data* render_data, void*) {
   return guarded([&] {
-    Instance::current();
+    const auto instance = Instance::current();
     need(player);
     checkRenderData(render_data);
-    *player = players().add(std::make_shared<Player>(*render_data));
+    *player = players().add(std::make_shared<Owned>(instance, *render_data));
   });
 }
 
 durix_return_code durix_player_destroy(durix_player* player) {
-  return guarded([&] {
-    Instance::current();
-    if (players().remove(player) == nullptr) throw Failure(Code::UnknownObject);
-  });
+  return withPlayer(player, [&](Player&, Instance&) { players().remove(player); });
 }
 
 durix_return_code durix_player_render_data_set(durix_player* player, const durix_render_data* render_data) {

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <mutex>
 #include <string>
@@ -27,12 +29,18 @@ Sink& sink() {
   return *instance;
 }
 
+// As the other parts of the platform write into the same file: UTC with milliseconds, level, category.
 std::string withTime(std::string_view text) {
+  using namespace std::chrono;
+  // When the line was written, whatever the platform's clock shows.
+  const auto now = time_point_cast<milliseconds>(system_clock::now());
+  const std::time_t seconds = system_clock::to_time_t(now);
+  std::tm utc{};
   std::array<char, 32> stamp{};
-  const std::time_t now = std::time(nullptr);  // when the line was written, whatever the platform's clock shows
-  std::tm local{};
-  if (localtime_r(&now, &local) != nullptr) std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %H:%M:%S", &local);
-  return std::string(stamp.data()) + " DURIX " + std::string(text) + "\n";
+  std::array<char, 8> fraction{};
+  if (gmtime_r(&seconds, &utc) != nullptr) std::strftime(stamp.data(), stamp.size(), "%Y-%m-%dT%H:%M:%S", &utc);
+  std::snprintf(fraction.data(), fraction.size(), ".%03dZ", static_cast<int>(now.time_since_epoch().count() % 1000));
+  return std::string(stamp.data()) + fraction.data() + " WARN DURIX " + std::string(text) + "\n";
 }
 
 void append(const std::filesystem::path& file, const std::string& line) {

@@ -17,7 +17,10 @@ using durix::Providers;
 
 namespace {
 
-struct Recorder {};
+// A recorder lives as long as the instance that it was made with, if nobody closes it before.
+struct Recorder {
+  std::weak_ptr<Instance> instance;
+};
 
 // Never destroyed: a call may come while the process ends.
 durix::HandleTable<durix_recorder, Recorder>& recorders() {
@@ -29,7 +32,8 @@ template <typename Call>
 durix_return_code withRecorder(const durix_recorder* handle, Call call) {
   return guarded([&] {
     const auto instance = Instance::current();
-    if (recorders().find(handle) == nullptr) throw Failure(Code::UnknownObject);
+    const auto recorder = recorders().find(handle);
+    if (recorder == nullptr || recorder->instance.lock() != instance) throw Failure(Code::UnknownObject);
     call(*instance);
   });
 }
@@ -53,17 +57,14 @@ extern "C" {
 
 durix_return_code durix_recorder_create(durix_recorder** recorder) {
   return guarded([&] {
-    Instance::current();
+    const auto instance = Instance::current();
     need(recorder);
-    *recorder = recorders().add(std::make_shared<Recorder>());
+    *recorder = recorders().add(std::make_shared<Recorder>(Recorder{instance}));
   });
 }
 
 durix_return_code durix_recorder_close(durix_recorder* recorder) {
-  return guarded([&] {
-    Instance::current();
-    if (recorders().remove(recorder) == nullptr) throw Failure(Code::UnknownObject);
-  });
+  return withRecorder(recorder, [&](Instance&) { recorders().remove(recorder); });
 }
 
 durix_return_code durix_recorder_activate(durix_recorder* recorder, const durix_provider* provider) {

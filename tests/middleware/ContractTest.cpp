@@ -259,6 +259,13 @@ TEST(Contract, AnswersEveryLateCallWithAnError) {
   EXPECT_NE(durix_player_create(&player, &none, nullptr), DURIX_OK);
   EXPECT_NE(durix_recorder_create(&recorder), DURIX_OK);
   EXPECT_NE(durix_tools_receivers([](const durix_tools_receiver*, void*) {}, nullptr), DURIX_OK);
+
+  ASSERT_EQ(middleware.start(), DURIX_OK);
+  for (const auto& call : everyCall()) {
+    const bool isOfOneLife = isFor(call.name, "handle") || isFor(call.name, "player") || isFor(call.name, "recorder");
+    if (!isOfOneLife) continue;
+    EXPECT_NE(call.make(late), DURIX_OK) << call.name << " in the next life";
+  }
 }
 
 TEST(Contract, AnswersEveryNullWithAnError) {

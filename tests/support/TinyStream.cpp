@@ -85,7 +85,7 @@ void write(const std::filesystem::path& file, const std::vector<std::uint8_t>& b
   std::filesystem::create_directories(file.parent_path());
   std::FILE* const out = std::fopen(file.c_str(), "wb");
   if (out == nullptr) throw std::runtime_error("cannot write " + file.string());
-  const std::size_t count = std::fwrite(bytes.data(), 1, bytes.size(), out);
+  const std::size_t count = bytes.empty() ? 0 : std::fwrite(bytes.data(), 1, bytes.size(), out);
   if (std::fclose(out) != 0 || count != bytes.size()) throw std::runtime_error("cannot write " + file.string());
 }
 
