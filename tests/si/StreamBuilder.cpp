@@ -29,13 +29,13 @@ Bytes serviceDescriptor(std::uint8_t type, std::string_view name, std::string_vi
   return descriptor(0x48, join({{type}, sized(provider), sized(name)}));
 }
 
-Bytes section(const SectionSpec& spec, const Bytes& body) {
+Bytes section(const SectionHead& head, const Bytes& body) {
   const std::size_t length = body.size() + 9;
   Bytes bytes =
-      join({{spec.table},
+      join({{head.table},
             word(static_cast<unsigned>(0xB000 | length)),
-            word(spec.extension),
-            {static_cast<std::uint8_t>(0xC0 | spec.version << 1 | (spec.isCurrent ? 1 : 0)), spec.number, spec.last},
+            word(head.extension),
+            {static_cast<std::uint8_t>(0xC0 | head.version << 1 | (head.isCurrent ? 1 : 0)), head.number, head.last},
             body});
   const std::uint32_t checksum = sectionChecksum(bytes);
   return join({bytes, word(checksum >> 16), word(checksum & 0xFFFF)});

@@ -20,7 +20,7 @@ Bytes descriptor(std::uint8_t tag, const Bytes& data);
 Bytes serviceDescriptor(std::uint8_t type, std::string_view name, std::string_view provider = "P");
 
 /// A section with its long header and checksum.
-struct SectionSpec {
+struct SectionHead {
   std::uint8_t table = 0;
   std::uint16_t extension = 0;
   std::uint8_t version = 0;
@@ -28,7 +28,7 @@ struct SectionSpec {
   std::uint8_t last = 0;
   bool isCurrent = true;
 };
-Bytes section(const SectionSpec& spec, const Bytes& body);
+Bytes section(const SectionHead& head, const Bytes& body);
 
 Bytes patSection(std::uint16_t stream, const std::vector<std::pair<unsigned, unsigned>>& programs,
                  std::uint8_t version = 0);
