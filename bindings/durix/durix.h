@@ -120,6 +120,10 @@ enum {
 /*
  * The record of an event is a run of bytes: the 32-bit event number, then fields at the offsets below. On every
  * platform fields stand at exactly these offsets; a pointer has the platform's width and may be unaligned.
+ *
+ * Handlers are called one at a time, on a thread of the middleware's own and with none of its locks held. An event
+ * comes after the call that caused it has returned, and no call waits for a handler, but for durix_callback_remove and
+ * durix_deinit.
  */
 typedef struct durix_event_data durix_event_data;
 typedef void (*durix_event_handler)(durix_event_data* event, void* user);

@@ -3,10 +3,9 @@
 BroadcastListener* BroadcastListener::instance_ = nullptr;
 
 BroadcastListener* BroadcastListener::getInstance() {
-  static BroadcastListener* const registry =
-      new BroadcastListener;  // never destroyed: the host may look in at any time
-  instance_ = registry;
-  return instance_;
+  // Never destroyed: the host may look in at any time.
+  static BroadcastListener* const registry = instance_ = new BroadcastListener;
+  return registry;
 }
 
 void BroadcastListener::addListener(PluginListener* listener) {

@@ -1,6 +1,7 @@
 #include "BroadcastPluginImpl.h"
 
 #include <array>
+#include <optional>
 
 #include "BroadcastListener.h"
 #include "BroadcastPlayer.h"
@@ -40,9 +41,7 @@ BroadcastPluginImpl* BroadcastPluginImpl::getInstance() {
 }
 
 BroadcastPluginImpl::BroadcastPluginImpl()
-    : _recommendationUpdater(new VmRecommendationUpdater(this, AvContent::AV_PROGRAM)),
-      _programChangedNotifier(std::make_unique<ProgramChangedNotifier>()),
-      _wiring(*this),
+    : _wiring(*this),
       _properties(_wiring),
       _providers(_wiring),
       _devices(_wiring),
@@ -57,6 +56,8 @@ BroadcastPluginImpl::BroadcastPluginImpl()
   _name = "Broadcast Plugin";
   _text = "BroadcastPlugin";
   BroadcastListener::getInstance()->addListener(this);
+  _recommendationUpdater = new VmRecommendationUpdater(this, AvContent::AV_PROGRAM);
+  _programChangedNotifier = std::make_unique<ProgramChangedNotifier>();
 }
 
 BroadcastPluginImpl::~BroadcastPluginImpl() {
@@ -160,6 +161,7 @@ void BroadcastPluginImpl::stopGuide() {
 }
 
 void BroadcastPluginImpl::deleteAll() {
+  _guide.stopAndWait();  // an event may have started it since the caller did
   _guide.clearPrograms();
   _services.deleteAll([this](const std::vector<Service*>& services) { releaseContents(services); });
 }
@@ -171,6 +173,7 @@ void BroadcastPluginImpl::releaseContents(const std::vector<Service*>& services)
       if (auto* const own = dynamic_cast<ServiceImpl*>(service)) _programChangedNotifier->removeTimer(own);
     }
   }
+  _notices.deleteAll();
   if (BroadcastRecorder* const recorder = _recorder) recorder->forgetTargets();
   BroadcastPlayer::forgetContents(services);
   BroadcastTeletextPlayer::forgetContents(services);
@@ -321,7 +324,8 @@ int BroadcastPluginImpl::getPlayerType(AvContent* /*content*/) {
 
 void BroadcastPluginImpl::notifyPlayer(Plugin* plugin, bool isStarted, bool hasError) {
   // The one fan-out that holds the host's listener lock: listeners must not add or remove listeners here.
-  const RankedHold lock(*_listenerMutex, LockRank::Listener);
+  std::optional<RankedHold> lock;
+  if (_listenerMutex != nullptr) lock.emplace(*_listenerMutex, LockRank::Listener);
   const std::vector<PluginListener*> listeners = _listeners;
   for (PluginListener* const listener : listeners) listener->notifyPlayer(plugin, isStarted, hasError);
 }

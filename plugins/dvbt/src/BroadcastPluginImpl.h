@@ -56,8 +56,11 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   std::string getName() override { return _name; }
   std::string getId() override { return "BC_PLUGIN"; }
 
-  // ---- middleware events, timers, host properties ----
+  // ---- what middleware, host and timers tell ----
   static void _mw_event(durix_event_data* event, void* user);
+  // Of the further bases, in the order of their slots behind the primary base's.
+  void notifyPlayer(Plugin* plugin, bool isStarted, bool hasError) override;
+  void notifyProgramUpdate(Plugin* plugin, Service* service, std::vector<Program*>* programs) override;
   void timerExpired(VmTimer* timer, void* data) override;
   void notifyPropertyChanged(std::string name, std::string value) override;
 
@@ -95,7 +98,6 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   void flush() override;
   void update() override;
   void updateProgramList();
-  void notifyProgramUpdate(Plugin* plugin, Service* service, std::vector<Program*>* programs) override;
   void esgUpdateEnable(bool enable) override;
   void allowUpdates() override;
   void openEsgDataFeeds() override;
@@ -108,7 +110,6 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   bool destroySecondaryPlayer(Player* player) override;
   int getPlayerType(AvContent* content) override;
   void closeCurrentDataFeed();
-  void notifyPlayer(Plugin* plugin, bool isStarted, bool hasError) override;
 
   // ---- recorder, settings ----
   Recorder* getRecorder() override { return _recorder; }
@@ -146,9 +147,9 @@ class BroadcastPluginImpl : public BroadcastPlugin,
 
   std::atomic<bool> _initCalled = false;
   std::atomic<durix_handle*> _durixHandle = nullptr;
-  std::atomic<BroadcastRecorder*> _recorder = nullptr;           // owned
-  std::atomic<Playlist*> _favoritePlaylist = nullptr;            // the host's
-  std::atomic<VmRecommendationUpdater*> _recommendationUpdater;  // owned
+  std::atomic<BroadcastRecorder*> _recorder = nullptr;                     // owned
+  std::atomic<Playlist*> _favoritePlaylist = nullptr;                      // the host's
+  std::atomic<VmRecommendationUpdater*> _recommendationUpdater = nullptr;  // owned
   std::unique_ptr<ProgramChangedNotifier> _programChangedNotifier;
 
   // The components, lower layers first.

@@ -79,7 +79,7 @@ void PluginWiring::dropUpdateNotices() {
   _plugin._notices.deleteAll();
 }
 void PluginWiring::clearNotifier() {
-  _plugin._programChangedNotifier->clear();
+  if (_plugin._programChangedNotifier != nullptr) _plugin._programChangedNotifier->clear();
 }
 
 void PluginWiring::stopRecommendations() {

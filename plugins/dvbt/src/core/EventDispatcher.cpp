@@ -21,6 +21,12 @@ const LogSource LOG{Logger::loggerFactory("BC_PLUGIN"), "plugins/dvbt/src/Broadc
 
 const std::string RECEIVER_READY = "RECEIVER_READY";
 constexpr std::uint32_t PROPERTY_SETTLING_TIME = 250;  // in the portability layer's unit
+constexpr std::size_t RECEIVER_ON_SIZE = DURIX_OFFSET_RECEIVER_ON_TYPE + sizeof(std::uint32_t);  // bytes that are read
+
+std::size_t discoverSize(const EventRecord& event) {
+  return DURIX_OFFSET_DISCOVER_SERVICE_NAMES +
+         std::size_t{event.word(DURIX_OFFSET_DISCOVER_SERVICE_COUNT)} * DURIX_DISCOVER_NAME_SIZE;
+}
 
 std::vector<std::string> serviceNames(const EventRecord& event, std::uint32_t count) {
   std::vector<std::string> names;
@@ -46,7 +52,7 @@ void EventDispatcher::handle(const durix_event_data* data) {
   const EventRecord event(data);
   switch (event.id()) {
     case DURIX_EVENT_RECEIVER_ON:
-      return receiverOn(event);
+      return afterScanStart(event, RECEIVER_ON_SIZE, &EventDispatcher::receiverOn);
     case DURIX_EVENT_RECEIVER_OFF:
       return receiverOff();
     case DURIX_EVENT_RECEIVER_STATISTICS:
@@ -58,7 +64,7 @@ void EventDispatcher::handle(const durix_event_data* data) {
     case DURIX_EVENT_DISCOVER_PROGRESS:
       return discoverProgress(event);
     case DURIX_EVENT_DISCOVER_FINISHED:
-      return discoverFinished(event);
+      return afterScanStart(event, discoverSize(event), &EventDispatcher::discoverFinished);
     case DURIX_EVENT_SERVICES_CHANGED:
       return servicesChanged();
     case DURIX_EVENT_PROVIDERS_CHANGED:
@@ -92,13 +98,21 @@ void EventDispatcher::handle(const durix_event_data* data) {
   }
 }
 
+/// These events change what the last steps of a scan start change. They wait for a start on another thread; one that
+/// the middleware sends from inside the very call that starts the scan is handled, from a copy, when the start is done.
+void EventDispatcher::afterScanStart(const EventRecord& event, std::size_t size, Handler handler) {
+  const bool isDeferred = _parts.scan.deferWhileStarting([this, handler, bytes = event.copy(size)] {
+    (this->*handler)(EventRecord(reinterpret_cast<const durix_event_data*>(bytes.data())));
+  });
+  if (!isDeferred) (this->*handler)(event);
+}
+
 void EventDispatcher::forgetReceiver() {
   _receiverProtocolType = BROADCAST_PROTOCOL_NONE;
   _receiverType = RECEIVER_NONE;
 }
 
 void EventDispatcher::receiverOn(const EventRecord& event) {
-  _parts.scan.waitForScanStart();
   ++_receiverCount;
   _parts.scan.setReceiverReady();
   _receiverProtocolType = BroadcastProvider::getProtocolType(event.word(DURIX_OFFSET_RECEIVER_ON_PROTOCOL));
@@ -188,7 +202,9 @@ void EventDispatcher::useProvider(BroadcastProvider* provider) {
 
 void EventDispatcher::receiverOff() {
   BC_INFO(LOG, "DURIX_EVENT_RECEIVER_OFF");
-  if (_receiverCount > 0) --_receiverCount;
+  int count = _receiverCount;
+  while (count > 0 && !_receiverCount.compare_exchange_weak(count, count - 1)) {
+  }
   _host.plugin().setState(PLUGIN_INACTIVE);  // whatever the remaining count
 }
 
@@ -222,7 +238,6 @@ void EventDispatcher::discoverProgress(const EventRecord& event) {
 }
 
 void EventDispatcher::discoverFinished(const EventRecord& event) {
-  _parts.scan.waitForScanStart();
   BC_INFO(LOG, "DURIX_EVENT_DISCOVER_FINISHED");
   const std::uint32_t count = event.word(DURIX_OFFSET_DISCOVER_SERVICE_COUNT);
   const std::vector<std::string> names = serviceNames(event, count);
@@ -230,7 +245,9 @@ void EventDispatcher::discoverFinished(const EventRecord& event) {
     BC_ERR(LOG, "init_provider failed");
     return reportScanFailed(count, names);
   }
-  if (!_parts.providers.providerActivate(_parts.providers.matched())) {
+  // A scan that the host starts meanwhile takes the matched one away.
+  BroadcastProvider* const provider = _parts.providers.matched();
+  if (provider == nullptr || !_parts.providers.providerActivate(provider)) {
     BC_ERR(LOG, "providerActivate failed");
     return reportScanFailed(count, names);
   }
@@ -252,8 +269,10 @@ void EventDispatcher::reportScanFailed(std::uint32_t serviceCount, const std::ve
   _host.plugin().setState(PLUGIN_ERROR);
 }
 
-/// Queues a notice for each service; most have no programmes yet, and an empty notice is one too.
+/// Queues a notice for each service; most have no programmes yet, and an empty notice is one too. Meanwhile nobody
+/// deletes a service.
 void EventDispatcher::announceServices() {
+  const Lock walkers(_parts.services.servicesMutex());
   for (Service* const service : _host.plugin().getServices()) {
     std::vector<Program*> programs = service->getPrograms(false);
     _host.notifyProgramUpdate(service, &programs);

@@ -62,6 +62,9 @@ class EventDispatcher {
   void forgetReceiver();
 
  private:
+  using Handler = void (EventDispatcher::*)(const EventRecord& event);
+
+  void afterScanStart(const EventRecord& event, std::size_t size, Handler handler);
   void receiverOn(const EventRecord& event);
   void receiverOff();
   void receiverStatistics(const EventRecord& event);

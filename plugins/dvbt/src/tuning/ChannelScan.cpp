@@ -1,5 +1,8 @@
 #include "tuning/ChannelScan.h"
 
+#include <utility>
+
+#include "support/Border.h"
 #include "support/Log.h"
 
 namespace {
@@ -14,6 +17,19 @@ const durix_scan_configuration NOTHING_TO_SCAN{0, nullptr};
 // The user has asked for a scan. Of the process, not of a plugin: it stays true when the plugin is closed and made
 // anew.
 std::atomic<bool> isOrderedByUI = false;
+
+/// Raises a flag for a scope; a start inside a start leaves it up.
+class Starting {
+ public:
+  explicit Starting(bool& flag) : _flag(flag), _before(std::exchange(flag, true)) {}
+  Starting(const Starting&) = delete;
+  Starting& operator=(const Starting&) = delete;
+  ~Starting() { _flag = _before; }
+
+ private:
+  bool& _flag;
+  const bool _before;
+};
 
 }  // namespace
 
@@ -75,8 +91,15 @@ bool ChannelScan::discover(const durix_scan_configuration* configuration, Broadc
   _host.clearNotifier();
   // Only an active plugin gives its providers up; a pending scan leaves them mounted.
   if (_host.getState() == PLUGIN_ACTIVE) deactivateProviders();
+  const bool isStarted = start(configuration, protocol, receiver, flag);
+  doDeferred();
+  return isStarted;
+}
 
-  const Lock start(_scanStart);
+bool ChannelScan::start(const durix_scan_configuration* configuration, BroadcastProtocolType protocol,
+                        ReceiverType receiver, bool flag) {
+  const Lock lock(_scanStart);
+  const Starting starting(_isStarting);
   if (durix_discover_start(_host.durixHandle(), BroadcastProvider::getDurixProtocolType(protocol),
                            BroadcastProvider::getDurixReceiverType(receiver), configuration, flag) != DURIX_OK) {
     // Nothing is undone: the updater stays disabled until the next activation.
@@ -103,8 +126,20 @@ bool ChannelScan::discover_cancel() {
   return cancelled;
 }
 
-void ChannelScan::waitForScanStart() {
-  const Lock start(_scanStart);
+bool ChannelScan::deferWhileStarting(std::function<void()> work) {
+  const Lock lock(_scanStart);
+  if (!_isStarting) return false;
+  _deferred.push_back(std::move(work));
+  return true;
+}
+
+void ChannelScan::doDeferred() {
+  std::vector<std::function<void()>> deferred;
+  {
+    const Lock lock(_scanStart);
+    if (!_isStarting) deferred.swap(_deferred);
+  }
+  for (const auto& work : deferred) atBorder(LOG, "middleware event", work);
 }
 
 void ChannelScan::chooseLocation(const std::string& name, ReceiverType receiver) {

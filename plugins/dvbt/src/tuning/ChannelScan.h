@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "BCLocation.h"
 #include "durix/durix.h"
@@ -63,9 +65,10 @@ class ChannelScan {
 
   bool discover_cancel();
 
-  /// Returns when no other thread is between asking the middleware for a scan and the last step of its start. The
-  /// handlers of a finished scan and of an announced receiver call it first, so that they never overtake a start.
-  void waitForScanStart();
+  /// Returns when no other thread is between asking the middleware for a scan and the last step of its start; then
+  /// false. On the thread that is in there itself: true, and `work` is done after the last step. The handlers of a
+  /// finished scan and of an announced receiver ask first, so that they never overtake a start.
+  bool deferWhileStarting(std::function<void()> work);
 
   void setReceiverReady() { _receiverReady = true; }
 
@@ -74,6 +77,9 @@ class ChannelScan {
   void setCurrentScanConfiguration(BCLocation* location) { _currentScanConfiguration = location; }
 
  private:
+  bool start(const durix_scan_configuration* configuration, BroadcastProtocolType protocol, ReceiverType receiver,
+             bool flag);
+  void doDeferred();
   void chooseLocation(const std::string& name, ReceiverType receiver);
   void deactivateProviders();
 
@@ -89,4 +95,6 @@ class ChannelScan {
   // The start, from the middleware's call to its last step; the notice of the new state is sent inside. Who hears it
   // may ask the plugin, but must not wait for the event thread, which may be waiting here.
   RankedMutex _scanStart{LockRank::ScanStart};
+  bool _isStarting BC_GUARDED_BY(_scanStart) = false;  // seen by the starting thread itself only
+  std::vector<std::function<void()>> _deferred BC_GUARDED_BY(_scanStart);
 };
