@@ -28,9 +28,17 @@ std::string name(const durix_player* player) {
   return player == nullptr ? "null" : "player";
 }
 
+bool handsOutNothing(const char* call) {
+  return Stage::current()->emptyHanded.count(call) != 0;
+}
+
 /// A copy that the plugin releases with ostiv_mem_free.
 template <typename Item>
-void giveArray(const std::vector<Item>& items, Item** out, std::uint32_t* count) {
+void giveArray(const char* call, const std::vector<Item>& items, Item** out, std::uint32_t* count) {
+  if (handsOutNothing(call)) {
+    *count = 3;
+    return;
+  }
   *out = static_cast<Item*>(ostiv_mem_calloc(items.size() + 1, sizeof(Item)));
   std::copy(items.begin(), items.end(), *out);
   *count = static_cast<std::uint32_t>(items.size());
@@ -39,6 +47,13 @@ void giveArray(const std::vector<Item>& items, Item** out, std::uint32_t* count)
 void giveText(const std::string& value, char** out) {
   *out = static_cast<char*>(ostiv_mem_calloc(value.size() + 1, 1));
   std::memcpy(*out, value.data(), value.size());
+}
+
+/// Read without making an entry: calls come from several threads.
+template <typename Values>
+typename Values::mapped_type valueOf(const Values& values, const durix_esg_object* object, durix_attribute attribute) {
+  const auto found = values.find({object->id, attribute});
+  return found == values.end() ? typename Values::mapped_type{} : found->second;
 }
 
 durix_handle* const HANDLE = reinterpret_cast<durix_handle*>(0x10);
@@ -98,11 +113,16 @@ uint32_t ostiv_file_write(ostiv_file* file, const void* data, uint32_t length) {
 uint32_t ostiv_file_close(ostiv_file* /*file*/) {
   return 0;
 }
-uint32_t ostiv_file_directory_read(const char* /*directory*/, void** /*iterator*/, ostiv_directory_entry* /*entry*/) {
-  return 1;
+uint32_t ostiv_file_directory_read(const char* /*directory*/, void** iterator, ostiv_directory_entry* entry) {
+  const auto& listing = Stage::current()->listing;
+  const auto next = reinterpret_cast<std::uintptr_t>(*iterator);
+  if (next >= listing.size()) return 1;
+  *entry = listing[next];
+  *iterator = reinterpret_cast<void*>(next + 1);
+  return 0;
 }
 uint32_t ostiv_file_path_join(char* out, uint32_t size, const char* directory, const char* file) {
-  return std::snprintf(out, size, "%s/%s", directory, file) < static_cast<int>(size) ? 0 : 1;
+  return std::snprintf(out, size, "%s%s", directory, file) < static_cast<int>(size) ? 0 : 1;
 }
 uint32_t ostiv_file_legalize_filename(char* out, uint32_t size, const char* path, uint32_t /*flag*/) {
   return std::snprintf(out, size, "%s", path) < static_cast<int>(size) ? 0 : 1;
@@ -193,6 +213,7 @@ durix_return_code durix_property_get(durix_handle* /*handle*/, durix_property pr
   if (const auto code = note("durix_property_get", number(property)); code != 0) return code;
   const auto found = Stage::current()->properties.find(property);
   if (found == Stage::current()->properties.end()) return 1;
+  if (handsOutNothing("durix_property_get")) return 0;
   giveText(found->second, value);
   return 0;
 }
@@ -201,7 +222,7 @@ durix_return_code durix_property_get(durix_handle* /*handle*/, durix_property pr
 
 durix_return_code durix_providers_get(durix_handle* /*handle*/, durix_provider** providers, uint32_t* count) {
   if (const auto code = note("durix_providers_get"); code != 0) return code;
-  giveArray(Stage::current()->providers, providers, count);
+  giveArray("durix_providers_get", Stage::current()->providers, providers, count);
   return 0;
 }
 durix_return_code durix_provider_mount(const durix_provider* provider) {
@@ -225,6 +246,10 @@ durix_return_code durix_provider_match(const durix_provider* provider, durix_pro
 durix_return_code durix_services_get(const durix_provider* provider, durix_esg_object** services, uint32_t* count) {
   if (const auto code = note("durix_services_get", name(provider)); code != 0) return code;
   const Stage& stage = *Stage::current();
+  if (handsOutNothing("durix_services_get")) {
+    *count = 3;
+    return 0;
+  }
   const auto& given = stage.services.empty() && nothingHidden() ? stage.hiddenServices : stage.services;
   *services = static_cast<durix_esg_object*>(std::calloc(given.size() + 1, sizeof(durix_esg_object)));
   std::copy(given.begin(), given.end(), *services);
@@ -244,7 +269,7 @@ durix_return_code durix_discover_cancel(durix_handle* /*handle*/) {
 
 durix_return_code durix_device_get(durix_handle* /*handle*/, durix_device** devices, uint32_t* count) {
   if (const auto code = note("durix_device_get"); code != 0) return code;
-  giveArray(std::vector<durix_device>(1), devices, count);
+  giveArray("durix_device_get", std::vector<durix_device>(1), devices, count);
   return 0;
 }
 durix_return_code durix_device_execute_request(void* /*device*/, uint32_t request, void* data) {
@@ -256,36 +281,40 @@ durix_return_code durix_device_execute_request(void* /*device*/, uint32_t reques
 
 durix_return_code durix_attribute_get_str(const durix_esg_object* object, durix_attribute attribute, char** value) {
   if (const auto code = note("durix_attribute_get_str", name(object) + "." + number(attribute)); code != 0) return code;
-  giveText(Stage::current()->texts[{object->id, attribute}], value);
+  giveText(valueOf(Stage::current()->texts, object, attribute), value);
   return 0;
 }
 durix_return_code durix_attribute_get_int(const durix_esg_object* object, durix_attribute attribute, int32_t* value) {
   if (const auto code = note("durix_attribute_get_int", name(object) + "." + number(attribute)); code != 0) return code;
-  *value = Stage::current()->numbers[{object->id, attribute}];
+  *value = valueOf(Stage::current()->numbers, object, attribute);
   return 0;
 }
 durix_return_code durix_attribute_get_bool(const durix_esg_object* object, durix_attribute attribute, uint8_t* value) {
   if (const auto code = note("durix_attribute_get_bool", name(object) + "." + number(attribute)); code != 0)
     return code;
-  *value = static_cast<std::uint8_t>(Stage::current()->numbers[{object->id, attribute}]);
+  *value = static_cast<std::uint8_t>(valueOf(Stage::current()->numbers, object, attribute));
   return 0;
 }
 durix_return_code durix_attribute_get_array_int(const durix_esg_object* object, durix_attribute attribute,
                                                 int32_t** values, uint32_t* count) {
   const auto code = note("durix_attribute_get_array_int", name(object) + "." + number(attribute));
   if (code != 0) return code;
-  giveArray(std::vector<std::int32_t>{Stage::current()->numbers[{object->id, attribute}]}, values, count);
+  giveArray("durix_attribute_get_array_int",
+            std::vector<std::int32_t>{valueOf(Stage::current()->numbers, object, attribute)}, values, count);
   return 0;
 }
-durix_return_code durix_program_events_get(const durix_esg_object* service, durix_esg_object** /*events*/,
-                                           uint32_t* /*count*/) {
-  const auto code = note("durix_program_events_get", name(service));
-  return code != 0 ? code : static_cast<durix_return_code>(DURIX_NO_PROGRAMS);
+durix_return_code durix_program_events_get(const durix_esg_object* service, durix_esg_object** events,
+                                           uint32_t* count) {
+  if (const auto code = note("durix_program_events_get", name(service)); code != 0) return code;
+  const auto found = Stage::current()->events.find(service->id);
+  if (found == Stage::current()->events.end()) return DURIX_NO_PROGRAMS;
+  giveArray("durix_program_events_get", found->second, events, count);
+  return 0;
 }
 durix_return_code durix_esg_object_feeds_get(const durix_esg_object* object, durix_esg_object** feeds,
                                              uint32_t* count) {
   if (const auto code = note("durix_esg_object_feeds_get", name(object)); code != 0) return code;
-  giveArray(std::vector<durix_esg_object>{}, feeds, count);
+  giveArray("durix_esg_object_feeds_get", std::vector<durix_esg_object>{}, feeds, count);
   return 0;
 }
 durix_return_code durix_feed_open(const durix_esg_object* feed, uint32_t /*flags*/) {
@@ -372,12 +401,12 @@ durix_return_code durix_recorder_deactivate(durix_recorder* /*recorder*/, const 
 durix_return_code durix_recorder_list_recordings(durix_recorder* /*recorder*/, durix_esg_object** recordings,
                                                  uint32_t* count) {
   if (const auto code = note("durix_recorder_list_recordings"); code != 0) return code;
-  giveArray(std::vector<durix_esg_object>{}, recordings, count);
+  giveArray("durix_recorder_list_recordings", std::vector<durix_esg_object>{}, recordings, count);
   return 0;
 }
 durix_return_code durix_recorder_list_timers(durix_recorder* /*recorder*/, durix_esg_object** timers, uint32_t* count) {
   if (const auto code = note("durix_recorder_list_timers"); code != 0) return code;
-  giveArray(std::vector<durix_esg_object>{}, timers, count);
+  giveArray("durix_recorder_list_timers", std::vector<durix_esg_object>{}, timers, count);
   return 0;
 }
 durix_return_code durix_recorder_add_timer(durix_recorder* /*recorder*/, durix_provider_protocol protocol,

@@ -1,5 +1,8 @@
 #include "Stage.h"
 
+#include <stdlib.h>
+
+#include <filesystem>
 #include <fstream>
 
 #include "host/HostClock.h"
@@ -38,6 +41,7 @@ Stage::~Stage() {
   host::setLogSink(nullptr);
   host::setClock(nullptr);
   onStage = nullptr;
+  if (library != "/lib") std::filesystem::remove_all(library);
 }
 
 Stage* Stage::current() {
@@ -53,7 +57,7 @@ BroadcastPlugin* Stage::plugin() {
 }
 
 BroadcastPlugin* Stage::startedPlugin() {
-  plugin()->init("/data", "/lib");
+  plugin()->init("/data", library.c_str());
   drop();
   return _plugin;
 }
@@ -106,10 +110,31 @@ void Stage::note(const std::string& line) {
 durix_return_code Stage::call(const std::string& name, const std::string& arguments) {
   const std::string line = name + "(" + arguments + ")";
   note(line);
+  if (const auto work = during.find(name); work != during.end()) work->second();
   if (++_calls == failNth) return 1;
   auto found = failing.find(line);
   if (found == failing.end()) found = failing.find(name);
   return found == failing.end() ? 0 : found->second;
+}
+
+void Stage::addLocations(const std::string& fileName, const std::string& xml) {
+  if (library == "/lib") {
+    std::string directory = std::filesystem::temp_directory_path() / "transcripts-XXXXXX";
+    if (mkdtemp(directory.data()) == nullptr) throw std::runtime_error("no directory for " + fileName);
+    std::filesystem::create_directory(directory + "/locations");
+    files[directory + "/scan_conf.txt"] = "lang:eng\nlang:deu\n";
+    library = directory;
+  }
+  std::ofstream(library + "/locations/" + fileName) << xml;
+  ostiv_directory_entry entry{};
+  entry.type = OSTIV_ENTRY_FILE;
+  fileName.copy(entry.name, sizeof entry.name - 1);
+  listing.push_back(entry);
+}
+
+void Stage::tell(const std::string& notice) {
+  note(notice);
+  if (onNotice) onNotice();
 }
 
 void Stage::addProvider(std::uint32_t identity, std::uint32_t protocol, std::uint32_t type) {
@@ -125,29 +150,29 @@ void Stage::addService(std::uint32_t id, const std::string& name, int type, int 
 
 void Stage::notifyDiscover(Plugin* /*plugin*/, bool finished, bool success, unsigned progress, unsigned frequency,
                            unsigned serviceCount, Lines serviceNames) {
-  note("> discover finished=" + std::to_string(finished) + " success=" + std::to_string(success) + " " +
+  tell("> discover finished=" + std::to_string(finished) + " success=" + std::to_string(success) + " " +
        std::to_string(progress) + "% " + std::to_string(frequency) + " " + std::to_string(serviceCount) + " [" +
        join(serviceNames) + "]");
 }
 
 void Stage::notifyStatistics(Plugin* /*plugin*/, unsigned frequency, unsigned bandwidth, bool locked,
                              unsigned char quality, unsigned char battery) {
-  note("> statistics " + std::to_string(frequency) + " " + std::to_string(bandwidth) + " " + std::to_string(locked) +
+  tell("> statistics " + std::to_string(frequency) + " " + std::to_string(bandwidth) + " " + std::to_string(locked) +
        " " + std::to_string(quality) + " " + std::to_string(battery));
 }
 
 void Stage::notifyPlayer(Plugin* /*plugin*/, bool isStarted, bool hasError) {
-  note("> player " + std::to_string(isStarted) + " " + std::to_string(hasError));
+  tell("> player " + std::to_string(isStarted) + " " + std::to_string(hasError));
 }
 
 void Stage::pluginStateChanged(Plugin* /*plugin*/, PluginState /*before*/, PluginState now) {
-  note("> state " + std::to_string(now));
+  tell("> state " + std::to_string(now));
 }
 
 void Stage::notifyServiceUpdate(Plugin* /*plugin*/, std::vector<Service*>* changed) {
   Lines names;
   for (Service* const service : *changed) names.push_back(service->getName());
-  note("> services [" + join(names) + "]");
+  tell("> services [" + join(names) + "]");
 }
 
 std::string asText(const Lines& lines) {

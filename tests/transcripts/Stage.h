@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -78,6 +80,13 @@ class Stage : public PluginListener {
   std::map<std::string, durix_return_code> failing;  // by the call's name, or by its whole line
   int failNth = 0;                                   // the n-th call of all fails, counted from 1
   std::int64_t time = 1000000;
+  std::set<std::string> emptyHanded;                              // calls that succeed and hand out null, counted as 3
+  std::map<std::string, std::function<void()>> during;            // done inside the call of this name
+  std::map<std::uint32_t, std::vector<durix_esg_object>> events;  // by service
+  /// Puts a locations file into the library directory, which from now on is one on disk, and into its listing.
+  void addLocations(const std::string& fileName, const std::string& xml);
+  std::vector<ostiv_directory_entry> listing;
+  std::string library = "/lib";
 
   // ---- used by the scripted calls ----
   /// Notes a call; its return code.
@@ -102,8 +111,11 @@ class Stage : public PluginListener {
   void notifyPlayer(Plugin* plugin, bool isStarted, bool hasError) override;
   void pluginStateChanged(Plugin* plugin, PluginState before, PluginState now) override;
   void notifyServiceUpdate(Plugin* plugin, std::vector<Service*>* services) override;
+  std::function<void()> onNotice;  // done inside each of them
 
  private:
+  void tell(const std::string& notice);
+
   BroadcastPlugin* _plugin = nullptr;
   const std::thread::id _ownThread = std::this_thread::get_id();
   std::atomic<int> _liveAllocations = 0;
