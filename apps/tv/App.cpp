@@ -1,7 +1,14 @@
 #include "App.h"
 
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <cstring>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 
@@ -18,6 +25,7 @@ namespace {
 
 constexpr std::chrono::seconds OWNER_LIMIT{30};  // for an owner that takes no commands to end
 constexpr std::chrono::milliseconds TURN{50};
+constexpr std::uintmax_t LONGEST_LOG = 16U << 20U;  // bytes
 
 /// Does the action and turns what goes wrong into one line and a status.
 template <typename Work>
@@ -35,8 +43,13 @@ int guarded(Output& output, Work work) {
   }
 }
 
+/// The log goes on where it ended; one that has become long is put aside.
 void sendLogs(const std::string& data, const std::string& level) {
-  if (!host::setLogFile(data + "/tv.log")) throw Failure("cannot write the log \"" + data + "/tv.log\"");
+  const std::string path = data + "/tv.log";
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  if (!error && size > LONGEST_LOG) std::filesystem::rename(path, path + ".old", error);
+  if (!host::setLogFile(path)) throw Failure("cannot write the log \"" + path + "\": " + std::strerror(errno));
   host::setLogToStandardError(level);
 }
 
@@ -56,6 +69,12 @@ int carryOut(Session& session, const Request& request, Output& output, const Int
     Context context{session, output, interrupt};
     return line.action(context);
   });
+}
+
+/// False when standard output is a pipe that nobody reads any more: then nobody wants to be told either.
+bool readerIsThere() {
+  pollfd out{STDOUT_FILENO, POLLOUT, 0};
+  return poll(&out, 1, 0) < 0 || (out.revents & POLLERR) == 0;
 }
 
 int runAsOwner(CommandLine& line, const std::string& data, Output& output, const Interrupt& interrupt) {
@@ -98,6 +117,8 @@ int runOnDirectory(CommandLine& line, const std::vector<std::string>& arguments,
 }  // namespace
 
 int run(const std::vector<std::string>& arguments) {
+  Interrupt interrupt;
+  const SignalWatch signals(interrupt);
   OutputStyle style = terminalStyle();
   CommandLine line;
   try {
@@ -106,16 +127,19 @@ int run(const std::vector<std::string>& arguments) {
     Output(std::cout, std::cerr, style).error(failure.what());
     return failure.status();
   }
-  if (!line.help.empty()) {
-    std::cout << line.help << std::flush;
-    return EXIT_DONE;
-  }
   style.json = line.globals.json;
   style.quiet = line.globals.quiet;
   Output output(std::cout, std::cerr, style);
-  Interrupt interrupt;
-  const SignalWatch signals(interrupt);
-  return guarded(output, [&] { return runOnDirectory(line, arguments, output, interrupt); });
+  return guarded(output, [&] {
+    int status = EXIT_DONE;
+    if (line.help.empty()) {
+      status = runOnDirectory(line, arguments, output, interrupt);
+    } else {
+      std::cout << line.help << std::flush;
+    }
+    if (!std::cout.good() && readerIsThere()) throw Failure("cannot write the output");
+    return std::cout.good() ? status : EXIT_FAILED;
+  });
 }
 
 }  // namespace tv

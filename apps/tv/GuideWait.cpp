@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+#include "Text.h"
+
 namespace tv {
 
 using std::chrono::milliseconds;
@@ -27,8 +29,7 @@ void waitForGuide(BroadcastPlugin& plugin, Output& output, const Interrupt& inte
     count = now;
     changed = steady_clock::now();
     const auto spent = std::chrono::duration_cast<milliseconds>(changed - start);
-    output.progress(static_cast<unsigned>(spent.count() * WHOLE / LIMIT.count()),
-                    std::to_string(count) + " programmes");
+    output.progress(static_cast<unsigned>(spent.count() * WHOLE / LIMIT.count()), counted(count, "programme"));
   }
   output.endProgress();
 }

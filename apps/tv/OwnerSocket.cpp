@@ -141,7 +141,10 @@ void OwnerSocket::accept() {
     joinFinished();
     if (!readable(_listener, TURN)) continue;
     const int connection = accept4(_listener, nullptr, nullptr, SOCK_CLOEXEC);
-    if (connection < 0) continue;
+    if (connection < 0) {
+      _closing.waitFor(std::chrono::milliseconds(TURN));  // out of descriptors, perhaps
+      continue;
+    }
     Caller& caller = _callers.emplace_back();
     caller.thread = std::thread([this, connection, &caller] {
       serve(connection);
@@ -199,7 +202,9 @@ std::optional<int> askOwner(const std::string& directory, const Request& request
   }
   bool accepted = false;
   for (;;) {
-    while (!readable(connection, TURN)) interrupt.check();
+    do {
+      interrupt.check();
+    } while (!readable(connection, TURN));
     const std::optional<Frame> frame = receiveFrame(connection);
     if (!frame && !accepted) return std::nullopt;  // it was just ending: the next owner is asked
     if (!frame) throw Failure("the tv that owns \"" + directory + "\" ended before the command was done");

@@ -18,10 +18,16 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr seconds RECEIVER_LIMIT{10};
+constexpr seconds EXPECTATION_LIMIT{3};
 constexpr seconds CHANNELS_LIMIT{30};
 constexpr seconds ACTIVE_LIMIT{10};
 constexpr seconds ERROR_GRACE{1};  // a state of error that passes on its own is none
 constexpr milliseconds TURN{50};
+
+/// Whether a receiver has been announced: the plugin has looked at what there is for it.
+bool known(PluginState state) {
+  return state != PLUGIN_INACTIVE;
+}
 
 void handReceiversOn(const std::vector<ReceiverChoice>& receivers) {
   std::string text;
@@ -95,8 +101,12 @@ unsigned Session::frequencyUnit() const {
   return satellite ? HERTZ_IN_KILOHERTZ : 1;
 }
 
+bool Session::expectReceiver(const Interrupt& interrupt) {
+  return known(_plugin->getState()) ||
+         (!_plugin->getDevices().empty() && known(_watch->waitFor(known, EXPECTATION_LIMIT, interrupt)));
+}
+
 void Session::waitForReceiver(const Interrupt& interrupt) {
-  const auto known = [](PluginState state) { return state != PLUGIN_INACTIVE; };
   if (!known(_plugin->getState()) && _plugin->getDevices().empty()) {
     throw Failure(
         "there is no receiver: give one with --receiver TYPE=file:DIRECTORY, or choose one for good with "

@@ -45,6 +45,9 @@ class Session {
   /// What one step of a scan frequency is, in Hz: satellite frequencies are kHz.
   unsigned frequencyUnit() const;
 
+  /// Waits a little for a receiver that there is, so that what depends on its type is right; false when none is
+  /// announced. Throws Interrupted.
+  bool expectReceiver(const Interrupt& interrupt);
   /// Waits until a receiver is announced. Throws Failure that says what is missing, and Interrupted.
   void waitForReceiver(const Interrupt& interrupt);
   /// Waits until the channel list is loaded, and holds it. Throws as above.

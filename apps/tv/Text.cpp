@@ -123,6 +123,10 @@ std::string quotedList(const std::vector<std::string>& texts, const std::string&
   return result;
 }
 
+std::string counted(std::size_t count, const std::string& what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string frequencyText(unsigned frequency, unsigned unit) {
   char text[48];
   std::snprintf(text, sizeof text, "%.6f", static_cast<double>(frequency) * unit / 1e6);

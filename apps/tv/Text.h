@@ -27,6 +27,9 @@ std::vector<std::string> nearNames(const std::string& wanted, const std::vector<
 /// The texts in quotes with commas between them and `last` before the last one: "A", "B" or "C".
 std::string quotedList(const std::vector<std::string>& texts, const std::string& last = "or");
 
+/// "1 service", "2 services".
+std::string counted(std::size_t count, const std::string& what);
+
 /// A scan frequency for people: MHz with what decimals it needs. `unit` is Hz in one step (1, or 1000 for kHz).
 std::string frequencyText(unsigned frequency, unsigned unit);
 

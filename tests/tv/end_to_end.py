@@ -9,6 +9,7 @@ import pathlib
 import pty
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -198,6 +199,36 @@ class WhatIsMissing(TvTest):
                 self.assertEqual(self.home.run("settings").returncode, 0)
 
 
+class WhatIsDamaged(TvTest):
+    def test_database_is_told_in_one_line_and_left_as_it_is(self):
+        self.home.json("scan")
+        channels = self.home.json("channels")
+        database = self.home.data / "durix.db"
+        sound = database.read_bytes()
+        for content, why in [(sound[:len(sound) // 2], "cut off"), (b"no database" * 500, "something else")]:
+            with self.subTest(why):
+                database.write_bytes(content)
+                result = self.home.run("channels")
+                self.assertEqual(result.returncode, 1, result)
+                self.assert_one_line(result.stderr, why)
+                self.assertEqual(database.read_bytes(), content)
+        database.write_bytes(sound)
+        self.assertEqual(self.home.json("channels"), channels)
+
+    def test_settings_are_put_aside(self):
+        self.home.json("settings", HIDE_RADIO, "true")
+        (self.home.data / "host.json").write_bytes(b"{\xff")
+        self.assertEqual(self.home.run("settings").returncode, 0)
+        self.assertTrue((self.home.data / "host.json.damaged").exists())
+
+    def test_output_that_cannot_be_written_is_a_failure(self):
+        with open("/dev/full", "w") as full:
+            result = subprocess.run(self.home.command("settings"), stdout=full, stderr=subprocess.PIPE, text=True,
+                                    timeout=LIMIT)
+        self.assertEqual(result.returncode, 1)
+        self.assert_one_line(result.stderr, "")
+
+
 class Locations(TvTest):
     def test_are_those_of_the_receiver_with_full_scan_first(self):
         names = [place["name"] for place in self.home.json("locations")]
@@ -254,6 +285,18 @@ class Scan(TvTest):
             self.assertEqual(self.home.json("channels"), before)
 
 
+    def test_may_be_interrupted_at_any_moment(self):
+        self.home.json("scan")
+        before = self.home.json("channels")
+        for step in range(12):
+            process = self.start("scan")
+            time.sleep(0.05 + step * 0.03)
+            process.send_signal(signal.SIGINT)
+            process.communicate(timeout=LIMIT)
+            self.assertIn(process.returncode, [0, 130])
+            self.assertEqual(self.home.json("channels"), before)
+
+
 class Channels(TvTest):
     def setUp(self):
         super().setUp()
@@ -280,14 +323,14 @@ class Channels(TvTest):
     def test_that_are_hidden_are_told_and_come_back(self):
         result = self.home.run("channels")
         self.assertNotIn("Cinema Vault", result.stdout)
-        self.assertRegex(result.stdout, r"1 protected hidden; .*hide.protected")
+        self.assertRegex(result.stdout, r"1 protected channel hidden; .*hide.protected")
         self.home.json("settings", HIDE_PROTECTED, "false")
         shown = {channel["name"]: channel for channel in self.home.json("channels")}
         self.assertTrue(shown["Cinema Vault"]["protected"])
         self.assertNotIn("hidden", self.home.run("channels").stdout)
         self.home.json("settings", HIDE_RADIO, "true")
         self.assertEqual({channel["type"] for channel in self.home.json("channels")}, {"tv"})
-        self.assertRegex(self.home.run("channels").stdout, r"2 radio hidden; .*hide.radio")
+        self.assertRegex(self.home.run("channels").stdout, r"2 radio channels hidden; .*hide.radio")
 
     def test_keep_the_users_order_and_their_identifiers_over_runs_and_rescans(self):
         before = self.home.json("channels")
@@ -445,6 +488,30 @@ class OneOwner(TvTest):
         owner.kill()
         owner.communicate(timeout=LIMIT)
         self.assertGreater(len(self.home.json("channels")), 0)
+
+    def test_is_not_disturbed_by_strangers_at_its_socket(self):
+        owner = self.resident("run")
+        folder = os.open(self.home.data, os.O_PATH)
+        self.addCleanup(os.close, folder)
+        rows = [b"", b"R", b"hello, world", b"R\xff\xff\xff\xff", b"R\0\0\0\x02{]", b"R\0\0\0\x02{}",
+                b"X\0\0\0\x010"]
+        for sent in rows:
+            with socket.socket(socket.AF_UNIX) as stranger:
+                stranger.connect(f"/proc/self/fd/{folder}/socket")
+                stranger.sendall(sent)
+        self.assertEqual(self.home.run("settings").returncode, 0)
+        self.assertIsNone(owner.poll())
+
+    def test_cancels_the_scan_of_a_caller_that_goes_away(self):
+        owner = self.resident("run")
+        caller = self.start("scan", "Endless")
+        while "600" not in caller.stdout.readline():
+            self.assertIsNone(caller.poll())
+        caller.send_signal(signal.SIGINT)
+        caller.communicate(timeout=LIMIT)
+        self.assertEqual(caller.returncode, 130)
+        self.assertEqual(self.home.run("scan").returncode, 0, "the next scan is not refused")
+        self.assertIsNone(owner.poll())
 
     def test_hands_a_watcher_on_when_it_ends(self):
         owner = self.resident("run")

@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Contents.h"
 #include "Failure.h"
+#include "HiddenNote.h"
 #include "Session.h"
 #include "velmora/Recorder.h"
 #include "velmora/Service.h"
@@ -46,20 +47,6 @@ void show(Context& context, const std::vector<Service*>& services) {
                   {remarks(*service), Tone::WARNING}});
   }
   if (!table.empty()) context.output.table(table);
-}
-
-void tellHidden(Context& context) {
-  const std::optional<SideDoor::Hidden> hidden = context.session.sideDoor().hidden();
-  if (!hidden) return;
-  if (hidden->isProtected > 0) {
-    context.output.message(
-        std::to_string(hidden->isProtected) + " protected hidden; \"tv settings hide.protected false\" shows them",
-        Tone::FAINT);
-  }
-  if (hidden->radio > 0) {
-    context.output.message(std::to_string(hidden->radio) + " radio hidden; \"tv settings hide.radio false\" shows them",
-                           Tone::FAINT);
-  }
 }
 
 int channels(Context& context) {

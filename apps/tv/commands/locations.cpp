@@ -13,7 +13,7 @@ int locations(Context& context) {
   Session& session = context.session;
   checkLocationFiles(session.setup().library);
   // With a receiver the plugin offers what suits its type; places can be asked for without one too.
-  if (!session.plugin().getDevices().empty()) session.waitForReceiver(context.interrupt);
+  session.expectReceiver(context.interrupt);
   const std::vector<Location> places = knownLocations(session.plugin());
   Json list = Json::array();
   Table table({{"Location", Column::LEFT, true}, {"Icon"}});

@@ -60,8 +60,7 @@ void show(Context& context, const Json& devices, const std::optional<ReceiverSta
   if (const auto sources = context.session.sideDoor().sources()) {
     showSources(context, *sources);
   } else {
-    context.output.line(std::to_string(devices.size()) +
-                        " devices; what they are is not available with this middleware");
+    context.output.line(counted(devices.size(), "device") + "; what they are is not available with this middleware");
   }
   if (!statistics) return;
   context.output.line("Last reception: " + frequencyText(statistics->frequency, context.session.frequencyUnit()) +
@@ -72,7 +71,7 @@ void show(Context& context, const Json& devices, const std::optional<ReceiverSta
 int list(Context& context) {
   Session& session = context.session;
   const std::vector<Device*> devices = session.plugin().getDevices();
-  if (!devices.empty()) session.waitForReceiver(context.interrupt);
+  session.expectReceiver(context.interrupt);
   Json list = Json::array();
   for (std::size_t i = 0; i < devices.size(); ++i) list.push_back(deviceJson(session, *devices[i], i));
   const std::optional<ReceiverStatistics> statistics = session.statistics();

@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 #include "Failure.h"
+#include "HiddenNote.h"
 #include "LocationChoice.h"
 #include "LocationFiles.h"
 #include "ScanWatch.h"
@@ -63,8 +64,8 @@ class ScanRun {
     if (notice.finished) {
       _context.output.endProgress();
     } else {
-      _context.output.progress(
-          notice.progress, frequencyText(notice.frequency, _unit) + "  " + std::to_string(_shown.size()) + " services");
+      _context.output.progress(notice.progress,
+                               frequencyText(notice.frequency, _unit) + "  " + counted(_shown.size(), "service"));
     }
   }
 
@@ -131,8 +132,9 @@ int tellSuccess(Context& context, const ScanNotice& final) {
     return EXIT_DONE;
   }
   context.output.line(
-      toned(std::to_string(final.serviceCount) + " services found", Tone::BOLD, context.output.style().colours) + ", " +
-      std::to_string(names.size()) + " channels in the list; \"tv channels\" shows them");
+      toned(counted(final.serviceCount, "service") + " found", Tone::BOLD, context.output.style().colours) + ", " +
+      counted(names.size(), "channel") + " in the list; \"tv channels\" shows " + (names.size() == 1 ? "it" : "them"));
+  tellHidden(context);
   return EXIT_DONE;
 }
 

@@ -63,6 +63,7 @@ std::string shownValues(const Option& option, bool all) {
 }
 
 int settings(Context& context, const Wanted& wanted) {
+  context.session.expectReceiver(context.interrupt);  // the places to choose from are those of its type
   std::vector<Option*> shown = options(context.session);
   if (!wanted.id.empty()) shown = {chooseOption(wanted.id, shown)};
   if (wanted.value) change(*shown.front(), *wanted.value);
