@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "Stage.h"
 #include "velmora/Option.h"
@@ -159,9 +160,9 @@ TEST(Scan, GoesOnOverProvidersThatDoNotLetGo) {
   stage.addProvider(7, 1, 2);
   stage.addProvider(8, 1, 1);
   stage.addService(11, "One", 1, 1);
+  stage.failing = {{"durix_provider_deactivate(provider 7)", 1}, {"durix_provider_unmount(provider 8)", 1}};
   BroadcastPlugin* const plugin = stage.startedPlugin();
   stage.receiverOn();
-  stage.failing = {{"durix_provider_deactivate(provider 7)", 1}, {"durix_provider_unmount(provider 8)", 1}};
   stage.drop();
   EXPECT_TRUE(plugin->discover(&NOTHING, BROADCAST_PROTOCOL_DVB, RECEIVER_DVB_T, false));
   EXPECT_EQ(asText(stage.take()), expected("scan_with_stubborn_providers"));
@@ -181,9 +182,9 @@ TEST(Scan, ThatIsOverBeforeItsStartReturnsEndsAfterTheStart) {
   Stage stage;
   stage.addProvider(1);
   stage.addService(11, "One", 1, 1);
+  stage.during["durix_discover_start"] = [&] { stage.scanFinished({"One"}); };
   BroadcastPlugin* const plugin = stage.startedPlugin();
   stage.receiverOn();
-  stage.during["durix_discover_start"] = [&] { stage.scanFinished({"One"}); };
   stage.drop();
   EXPECT_TRUE(plugin->discover("", BROADCAST_PROTOCOL_DVB, RECEIVER_DVB_T, true));
   const Lines lines = stage.take();
@@ -200,9 +201,9 @@ TEST(Scan, ThatTakesTheProviderAwayFromAFinishedOneFailsIt) {
   BroadcastPlugin* const plugin = stage.startedPlugin();
   stage.receiverOn();
   stage.drop();
+  bool isFirst = true;
   stage.during["durix_provider_mount"] = [&] {
-    stage.during.clear();
-    plugin->discover("", BROADCAST_PROTOCOL_DVB, RECEIVER_DVB_T, true);
+    if (std::exchange(isFirst, false)) plugin->discover("", BROADCAST_PROTOCOL_DVB, RECEIVER_DVB_T, true);
   };
   stage.scanFinished({});
   const Lines lines = stage.take();

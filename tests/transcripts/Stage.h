@@ -67,26 +67,26 @@ class Stage : public PluginListener {
   Lines takeOfOtherThreads();
   void drop() { take(); }
 
-  // ---- what the middleware answers ----
+  // ---- what the middleware answers; set while no other thread asks ----
   void addProvider(std::uint32_t identity, std::uint32_t protocol = 1, std::uint32_t type = 1);
   void addService(std::uint32_t id, const std::string& name, int type, int number);
+  /// Puts a locations file into the library directory, which from now on is one on disk, and into its listing.
+  void addLocations(const std::string& fileName, const std::string& xml);
   std::vector<durix_provider> providers;
   std::vector<durix_esg_object> services;
-  std::vector<durix_esg_object> hiddenServices;  // given while nothing is hidden
+  std::vector<durix_esg_object> hiddenServices;                   // given while nothing is hidden
+  std::map<std::uint32_t, std::vector<durix_esg_object>> events;  // by service
   std::map<std::pair<std::uint32_t, durix_attribute>, std::string> texts;
   std::map<std::pair<std::uint32_t, durix_attribute>, int> numbers;
   std::map<std::uint32_t, std::string> properties;
   std::map<std::string, std::string> files;
-  std::map<std::string, durix_return_code> failing;  // by the call's name, or by its whole line
-  int failNth = 0;                                   // the n-th call of all fails, counted from 1
-  std::int64_t time = 1000000;
-  std::set<std::string> emptyHanded;                              // calls that succeed and hand out null, counted as 3
-  std::map<std::string, std::function<void()>> during;            // done inside the call of this name
-  std::map<std::uint32_t, std::vector<durix_esg_object>> events;  // by service
-  /// Puts a locations file into the library directory, which from now on is one on disk, and into its listing.
-  void addLocations(const std::string& fileName, const std::string& xml);
-  std::vector<ostiv_directory_entry> listing;
   std::string library = "/lib";
+  std::vector<ostiv_directory_entry> listing;           // of its locations
+  std::map<std::string, durix_return_code> failing;     // by the call's name, or by its whole line
+  int failNth = 0;                                      // the n-th call of all fails, counted from 1
+  std::set<std::string> emptyHanded;                    // calls that succeed and hand out null, counted as 3
+  std::map<std::string, std::function<void()>> during;  // done inside the call of this name
+  std::int64_t time = 1000000;
 
   // ---- used by the scripted calls ----
   /// Notes a call; its return code.

@@ -33,24 +33,22 @@ TEST(Events, BeforeTheStartFindNothingYet) {
 
 TEST(Close, WaitsForAnEventThatIsBeingHandled) {
   Stage stage;
-  stage.addProvider(1);  // without services: the handler waits for the middleware, twice
-  stage.startedPlugin();
+  stage.addProvider(1);  // without services: the handler waits for the middleware, twice, then unmounts it
   std::atomic<bool> isInside = false;
-  std::atomic<bool> isOut = false;
-  std::atomic<bool> wasOut = false;
+  std::atomic<bool> isThrough = false;
+  std::atomic<bool> wasThrough = false;
   stage.during["ostiv_time_sleep"] = [&] {
     isInside = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
   };
-  stage.during["durix_recorder_deactivate"] = [&] { wasOut = isOut.load(); };
-  std::thread middleware([&] {
-    stage.receiverOn();
-    isOut = true;
-  });
+  stage.during["durix_provider_unmount"] = [&] { isThrough = true; };
+  stage.during["durix_recorder_deactivate"] = [&] { wasThrough = isThrough.load(); };
+  stage.startedPlugin();
+  std::thread middleware([&] { stage.receiverOn(); });
   while (!isInside) std::this_thread::yield();
   stage.close();
   middleware.join();
-  EXPECT_TRUE(wasOut) << "the first step after the wait came while the handler ran";
+  EXPECT_TRUE(wasThrough) << "the first step after the wait came while the handler ran";
 }
 
 TEST(Close, TurnsAwayEventsOfOtherThreads) {
