@@ -16,6 +16,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+/* NOLINTBEGIN(modernize-use-using): C */
 
 /* Grows when something below changes its meaning; what is added needs no new number. */
 enum { DURIX_TOOLS_VERSION = 1 };
@@ -103,6 +104,7 @@ durix_return_code durix_tools_receivers(durix_tools_receiver_handler handler, vo
 /* What a record of durix_device_get is, for people: "DVB-T receiver 1". Cut as above. */
 uint32_t durix_tools_device_text(const durix_device* device, char* text, uint32_t size);
 
+/* NOLINTEND(modernize-use-using) */
 #ifdef __cplusplus
 }
 #endif

@@ -26,7 +26,7 @@ struct Life {
 
 // Never destroyed: a call may come while the process ends.
 Life& life() {
-  static Life* const instance = new Life;
+  static auto* const instance = new Life;
   return *instance;
 }
 
@@ -51,7 +51,7 @@ class Place {
 };
 
 std::vector<ReceiverSettings> chosenReceivers(Store& store) {
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): the process sets its environment before it starts the middleware
+  // The process sets its environment before it starts the middleware.
   const char* const given = std::getenv("DURIX_RECEIVERS");
   if (given != nullptr && *given != '\0') return parseReceivers(given);
   if (const auto selected = store.selection()) {

@@ -22,7 +22,7 @@ struct State {
 
 // Never destroyed: threads of others may ask while the process ends.
 State& state() {
-  static State* const instance = new State;
+  static auto* const instance = new State;
   return *instance;
 }
 

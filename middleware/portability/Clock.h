@@ -2,11 +2,9 @@
 
 #include <cstdint>
 
-namespace durix {
-
 /// The one clock of the platform, in seconds since the epoch; ostiv_time_get_system_time shows it. It runs in real
 /// time, shifted where a broadcast's own time or a test says so. Any thread.
-namespace clock {
+namespace durix::clock {
 
 std::int64_t now();
 
@@ -21,5 +19,4 @@ using Source = std::int64_t (*)(void* user);
 /// Another clock altogether; null for this one again. The old one is not called any more when this returns.
 void replace(Source source, void* user);
 
-}  // namespace clock
-}  // namespace durix
+}  // namespace durix::clock

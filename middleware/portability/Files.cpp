@@ -29,7 +29,7 @@ struct DataDirectory {
 };
 
 DataDirectory& dataDirectory() {
-  static DataDirectory* const instance = new DataDirectory;  // never destroyed, as all state of this layer
+  static auto* const instance = new DataDirectory;  // never destroyed, as all state of this layer
   return *instance;
 }
 

@@ -25,7 +25,7 @@ struct Sink {
 
 // Never destroyed: threads of others may log while the process ends.
 Sink& sink() {
-  static Sink* const instance = new Sink;
+  static auto* const instance = new Sink;
   return *instance;
 }
 

@@ -14,7 +14,7 @@ namespace {
 std::string polarisationLetter(std::int32_t polarisation) {
   constexpr std::string_view LETTERS = "HVLR";
   if (polarisation < 1 || polarisation > 4) return {};
-  return std::string(1, LETTERS[static_cast<std::size_t>(polarisation - 1)]);
+  return {LETTERS[static_cast<std::size_t>(polarisation - 1)]};
 }
 
 bool isStream(const std::filesystem::path& file) {

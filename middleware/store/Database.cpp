@@ -80,9 +80,8 @@ Database::Database(const std::filesystem::path& file, Mode mode) {
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (mode == Mode::Create ? SQLITE_OPEN_CREATE : 0);
   const int result = sqlite3_open_v2(file.c_str(), &_connection, flags, nullptr);
   if (result == SQLITE_OK) return;
-  const Failure failure(codeOf(result), sqlite3_errstr(result));
   sqlite3_close(_connection);
-  throw failure;
+  throw Failure(codeOf(result), sqlite3_errstr(result));
 }
 
 Database::~Database() {

@@ -170,7 +170,7 @@ TEST(ChannelScan, ReadsNoFurtherThanItNeedsAndNeverForEver) {
   ASSERT_EQ(middleware.start("dvb-t=file:" + middleware.airDirectory().string()), DURIX_OK);
   const auto start = std::chrono::steady_clock::now();
   ASSERT_TRUE(middleware.scan({474'000'000, 482'000'000, 490'000'000}));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
   EXPECT_EQ(report(), (std::vector<Reported>{{474'000'000, DURIX_TOOLS_SERVICES, 1},
                                              {482'000'000, DURIX_TOOLS_NO_TABLES, 0},
                                              {490'000'000, DURIX_TOOLS_NO_TABLES, 0}}));
