@@ -74,9 +74,9 @@ TEST(EventQueue, KnowsRegistrationsByEventHandlerAndUser) {
   queue->add(EVENT, Target::count, &first, Scope::All);  // in both scopes: called once
   queue->add(EVENT + 1, Target::count, &other, Scope::Instance);
   const auto calls = [&] {
+    const int before = other.calls;
     queue->post(EventRecord(EVENT));
     queue->post(EventRecord(EVENT + 1));
-    const int before = other.calls;
     EXPECT_TRUE(eventually([&] { return other.calls == before + 1; }));
     return std::pair(first.calls.exchange(0), second.calls.exchange(0));
   };
