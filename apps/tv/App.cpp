@@ -55,6 +55,7 @@ void sendLogs(const std::string& data, const std::string& level) {
 
 std::vector<std::string> escaped(const std::vector<ReceiverChoice>& receivers) {
   std::vector<std::string> texts;
+  texts.reserve(receivers.size());
   for (const ReceiverChoice& receiver : receivers) texts.push_back(receiver.escaped());
   return texts;
 }

@@ -109,8 +109,8 @@ class HangUpWatch {
 
 }  // namespace
 
-OwnerSocket::OwnerSocket(const std::string& directory, const Interrupt& interrupt, RequestHandler handler)
-    : _directory(directory), _handler(std::move(handler)), _ending(&interrupt) {
+OwnerSocket::OwnerSocket(std::string directory, const Interrupt& interrupt, RequestHandler handler)
+    : _directory(std::move(directory)), _handler(std::move(handler)), _ending(&interrupt) {
   Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   unlink((_directory + "/socket").c_str());  // a dead owner's
   const int bound = withSocketName(

@@ -29,7 +29,7 @@ using RequestHandler = std::function<int(const Request&, Output&, const Interrup
 class OwnerSocket {
  public:
   /// The directory's lock is held. Throws Failure when the socket cannot be made.
-  OwnerSocket(const std::string& directory, const Interrupt& interrupt, RequestHandler handler);
+  OwnerSocket(std::string directory, const Interrupt& interrupt, RequestHandler handler);
   OwnerSocket(const OwnerSocket&) = delete;
   OwnerSocket& operator=(const OwnerSocket&) = delete;
   /// Takes no more commands; those in work may end, those that do not soon are interrupted.

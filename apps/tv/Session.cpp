@@ -130,7 +130,7 @@ Session::ServicesHeld Session::waitForChannels(const Interrupt& interrupt) {
       if (state == PLUGIN_DISCOVER_PENDING) throw Failure("there are no channels yet: \"tv scan\" finds them");
       if (state == PLUGIN_ERROR) {
         throw Failure("the plugin reports an error; \"" + _setup.data +
-                      "/tv.log\" tells more, \"tv scan\" starts anew");
+                      R"(/tv.log" tells more, "tv scan" starts anew)");
       }
       held.unlock();
       interrupt.waitFor(TURN);

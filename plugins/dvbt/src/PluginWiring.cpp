@@ -106,10 +106,10 @@ void PluginWiring::selectLocation(BCLocation* location) {
   _plugin._scan.setCurrentScanConfiguration(location);
 }
 void PluginWiring::enableSubtitles(bool enabled) {
-  _plugin._players.enableSubtitles(enabled);
+  PlayerFactory::enableSubtitles(enabled);
 }
 void PluginWiring::changeAudioLanguage(const std::string& language) {
-  _plugin._players.changeAudioLanguage(language);
+  PlayerFactory::changeAudioLanguage(language);
 }
 
 Service* PluginWiring::getService(const std::string& name, unsigned network) {
