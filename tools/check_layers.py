@@ -36,13 +36,14 @@ LAYERS = [
     ["tuning/ChannelScan", "settings/SettingsOptions"],
     ["core/EventDispatcher", "playback/PlayerFactory"],
     ["PluginWiring", "BroadcastListener"],
-    ["BroadcastPluginImpl"],
+    ["BroadcastPluginImpl", "BroadcastPluginOperations"],
     ["vm_init"],
 ]
 # What belongs together though a line divides it: the two domain classes that the contract ties to each other, a class in
 # two sources, the tables of the parser, and the wiring, which is the façade's own.
 FRIENDS = {("ServiceImpl", "ProgramImpl"), ("BroadcastPlayer", "BroadcastPlayerControls"),
-           ("LocationsXmlParser", "LocationsXmlTables"), ("PluginWiring", "BroadcastPluginImpl")}
+           ("LocationsXmlParser", "LocationsXmlTables"), ("PluginWiring", "BroadcastPluginImpl"),
+           ("BroadcastPluginOperations", "BroadcastPluginImpl")}
 
 
 def part_of(path):

@@ -69,6 +69,14 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   std::string getDurixProperty(durix_property number) override;
   void setRecordingsPath(const char* path) override;
 
+  // ---- providers ----
+  bool fetchProviders();
+  bool init_provider();
+  bool providerMount(BroadcastProvider* provider);
+  bool providerUnmount(BroadcastProvider* provider);
+  bool providerActivate(BroadcastProvider* provider);
+  bool providerDeactivate(BroadcastProvider* provider);
+
   // ---- scans, locations, receivers ----
   bool discover(std::string location, BroadcastProtocolType protocol, ReceiverType receiver, bool flag) override;
   bool discover(const durix_scan_configuration* configuration, BroadcastProtocolType protocol, ReceiverType receiver,
@@ -76,12 +84,23 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   bool discover_cancel() override;
   bool requestDiscover(std::string location, bool flag) override;
   bool requestSpecificDiscover(std::string location, BroadcastProtocolType protocol, ReceiverType receiver, bool flag);
+  bool loadScanConfigurationFromXml(BCLocation* location);
+  static void tokenize(const std::string& text, std::vector<std::string>* tokens, const std::string& delimiters);
+  std::vector<std::string> loadLocationFileNames();
+  void loadLocationFromXml(const std::string& path);
+  static bool locationSorter(const std::string& a, const std::string& b);
   std::map<std::string, std::string> getCountriesAndFlags() override;
   std::vector<Device*> getDevices() override;
   std::string getTunerType();
 
   // ---- channel list ----
   std::vector<Service*> getServices() override;
+  std::vector<Service*> getMwServices();
+  std::vector<Service*> orderServices(std::vector<Service*> services);
+  static std::vector<Service*> removeDuplicates(std::vector<Service*> services);
+  bool serviceExists(unsigned id);
+  bool isServiceDataValid() const;
+  void setServiceDataValid(bool valid);
   Service* getService(const std::string& name, unsigned network);
   void setServiceOrder(std::vector<Service*> services) override;
   void setPlayableStatus(std::vector<Service*> selected) override;
@@ -98,10 +117,15 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   void flush() override;
   void update() override;
   void updateProgramList();
+  void updateProgramList(ServiceImpl* service);
+  void updatePrograms();
   void esgUpdateEnable(bool enable) override;
   void allowUpdates() override;
   void openEsgDataFeeds() override;
   void closeEsgDataFeeds() override;
+  void openNewDataFeed();
+  void initEsgTimer();
+  void esgDataTimerExpired();
 
   // ---- players ----
   Player* createPlayer(AvContent* content, void* window, PlayerListener* listener) override;
@@ -121,6 +145,11 @@ class BroadcastPluginImpl : public BroadcastPlugin,
   std::string getPreferredSubtitleLanguage() override;
   bool isPreferredAudioTypeMultiChannel() override;
   bool isSubtitlesEnabled() const;
+  bool loadEsgLanguages(std::string path);
+  void getAllLanguages(std::vector<std::string>* out) const;
+  void optionChanged(Option* option);
+  void setContentCreated(bool created);
+  bool getContentCreated() const;
 
   // ---- attributes of middleware objects; need no plugin ----
   static std::string getStringAttribute(durix_esg_object* object, durix_attribute attribute);
