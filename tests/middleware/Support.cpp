@@ -1,15 +1,11 @@
 #include "Support.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 #include <utility>
 
 namespace durix::test {
 namespace {
-
-constexpr std::chrono::seconds LONGEST_WAIT(60);  // sanitizers are slow; nothing that works waits so long
 
 EventLog* g_log = nullptr;  // of the one middleware; set while none runs
 
@@ -200,15 +196,6 @@ std::string Middleware::property(durix_property property) const {
 
 durix_scan_frequency tuning(std::int32_t frequency, std::int32_t polarisation) {
   return {frequency, 8'000'000, -1, -1, -1, -1, polarisation};
-}
-
-bool eventually(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + LONGEST_WAIT;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() >= end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
 }
 
 }  // namespace durix::test

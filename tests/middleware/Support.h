@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "durix/durix.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/TinyStream.h"
 
 namespace durix::test {
@@ -85,8 +86,5 @@ class Middleware {
 };
 
 durix_scan_frequency tuning(std::int32_t frequency, std::int32_t polarisation = -1);
-
-/// Holds until `condition` or a bounded time is over.
-bool eventually(const std::function<bool()>& condition);
 
 }  // namespace durix::test
