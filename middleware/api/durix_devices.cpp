@@ -24,9 +24,15 @@ struct MemoryFree {
   void operator()(void* memory) const { ostiv_mem_free(memory); }
 };
 
+// The record of a request; there is one only when the data is as large.
+template <typename Record>
+const Record& recordIn(const void* data) {
+  if (durix::sizeOfBlock(data) < sizeof(Record)) throw Failure(Code::InvalidArgument);
+  return *static_cast<const Record*>(data);
+}
+
 void setAddress(Instance& instance, const void* data) {
-  need(data);
-  const auto& request = *static_cast<const durix_request_address*>(data);
+  const auto& request = recordIn<durix_request_address>(data);
   const auto address = boundedText(static_cast<const char*>(request.address), sizeof request.address);
   if (address.empty()) throw Failure(Code::InvalidArgument);
   instance.store().setProperty(DURIX_PROPERTY_RECEIVER_ADDRESS,
@@ -35,8 +41,7 @@ void setAddress(Instance& instance, const void* data) {
 
 // Used by the next start that is given no receivers.
 void select(Instance& instance, const void* data) {
-  need(data);
-  const auto& request = *static_cast<const durix_request_select*>(data);
+  const auto& request = recordIn<durix_request_select>(data);
   const Store::Selection selection{
       static_cast<durix::ReceiverType>(request.receiver_type),
       std::string(boundedText(static_cast<const char*>(request.first), sizeof request.first)),

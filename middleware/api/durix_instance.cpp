@@ -18,6 +18,7 @@ using durix::need;
 namespace {
 
 constexpr std::uint32_t LAST_EVENT = DURIX_PLAYER_EVENT_END_OF_MEDIA;
+constexpr std::uint32_t MOST_CALLBACKS = 1024;
 constexpr std::size_t LONGEST_PROPERTY = 4096;
 
 constexpr std::array<durix_property, 10> PROPERTIES{
@@ -68,6 +69,7 @@ durix_return_code durix_init(durix_handle** handle, uint32_t, const char* data_d
         throw Failure(Code::InvalidArgument, "no data directory is given");
       }
       if (callback_count > 0) need(callbacks);
+      if (callback_count > MOST_CALLBACKS) throw Failure(Code::InvalidArgument, "the callback table is too long");
       const std::span entries(callbacks, callback_count);
       for (const auto& entry : entries) {
         if (entry.handler == nullptr) throw Failure(Code::InvalidArgument, "the callback table has no handler");

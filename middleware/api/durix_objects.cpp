@@ -117,6 +117,7 @@ durix_return_code durix_feeds_close(const durix_esg_object* feeds, uint32_t coun
     const auto instance = Instance::current();
     need(feeds);
     const auto catalogue = instance->store().catalogue();
+    if (count > catalogue->serviceOfFeed.size()) throw Failure(Code::InvalidArgument);  // more than there are
     bool areClosed = count > 0;
     for (const auto& feed : std::span(feeds, count)) {
       areClosed = instance->guideFeeds().close(guideMultiplex(*catalogue, feed)) && areClosed;

@@ -29,6 +29,9 @@ durix_return_code withProvider(const durix_provider* provider, Call call) {
   });
 }
 
+// More than any raster has: 1 GHz in steps of 1 kHz. A greater number is no list but a mistake.
+constexpr std::uint32_t MOST_FREQUENCIES = 1U << 20;
+
 bool matches(std::uint32_t wanted, std::uint32_t own) {
   return wanted == 0 || wanted == own;
 }
@@ -103,6 +106,7 @@ durix_return_code durix_discover_start(durix_handle* handle, durix_provider_prot
     const auto instance = Instance::find(handle);
     need(configuration);
     if (configuration->count > 0) need(configuration->frequencies);
+    if (configuration->count > MOST_FREQUENCIES) throw Failure(Code::InvalidArgument, "a scan of too many frequencies");
     const ReceiverType type = instance->receivers().type();
     if (type == ReceiverType::Any || !matches(receiver_type, static_cast<std::uint32_t>(type)) ||
         !matches(protocol, static_cast<std::uint32_t>(protocolOf(type)))) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -55,12 +56,15 @@ void append(const std::filesystem::path& file, const std::string& line) {
 
 void logLine(std::string_view text) noexcept {
   try {
+    std::string line(text);
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }, ' ');
     Sink& target = sink();
     const std::scoped_lock lock(target.mutex);
     if (target.handler != nullptr) {
-      target.handler(std::string(text).c_str(), target.user);
+      target.handler(line.c_str(), target.user);
     } else if (!target.file.empty()) {
-      append(target.file, withTime(text));
+      append(target.file, withTime(line));
     }
   } catch (...) {  // NOLINT(bugprone-empty-catch): a log line is never worth a failure
   }

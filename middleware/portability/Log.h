@@ -5,8 +5,9 @@
 
 namespace durix {
 
-/// One line of the middleware's log, with the time in front: to the handler where one is set, else to the file. Lines
-/// are whole also when several threads and processes write. Any thread; never throws, and drops what cannot be written.
+/// One line of the middleware's log, with the time in front: to the handler where one is set, else to the file. Control
+/// characters become blanks, so that it stays one line. Lines are whole also when several threads and processes write.
+/// Any thread; never throws, and drops what cannot be written.
 void logLine(std::string_view text) noexcept;
 
 using LogHandler = void (*)(const char* line, void* user);

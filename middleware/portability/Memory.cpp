@@ -5,33 +5,48 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <new>
+#include <unordered_map>
 
 #include "middleware/portability/Log.h"
 
 namespace durix {
 namespace {
 
-// In front of every block, so that one of another allocator is recognised and never handed to the wrong one.
-struct alignas(std::max_align_t) Header {
-  std::uint64_t magic;
+// Every block that was given and not freed, so that a foreign one, or one freed before, is told without looking at it.
+struct Blocks {
+  std::mutex mutex;  // a leaf
+  std::unordered_map<std::uintptr_t, std::size_t> sizes;
 };
-constexpr std::uint64_t LIVE = 0x6f737469762d6c76;   // "ostiv-lv"
-constexpr std::uint64_t FREED = 0x6f737469762d6672;  // "ostiv-fr"
 
-std::atomic<std::uint64_t> g_liveBlocks{0};
-std::atomic<std::uint64_t> g_mixUps{0};
-
-// Looks in front of a block that may be anybody's; the address sanitizer would stop at a foreign one, where the whole
-// point is to survive it and to say so.
-__attribute__((no_sanitize("address"))) bool isLive(const Header* header) {
-  return header->magic == LIVE;
+// The complement: a leak checker is not to take this register for somebody who still holds the block.
+std::uintptr_t keyOf(const void* block) {
+  return ~reinterpret_cast<std::uintptr_t>(block);
 }
+
+// Never destroyed: memory is freed while the process ends.
+Blocks& blocks() {
+  static auto* const instance = new Blocks;
+  return *instance;
+}
+
+// Blocks begin this far behind what the system's allocator gave: it notices one that is given back to it directly.
+constexpr std::size_t GAP = alignof(std::max_align_t);
+
+std::atomic<std::uint64_t> g_mixUps{0};
 
 }  // namespace
 
 MemoryStatistics memoryStatistics() {
-  return {g_liveBlocks.load(), g_mixUps.load()};
+  const std::scoped_lock lock(blocks().mutex);
+  return {blocks().sizes.size(), g_mixUps.load()};
+}
+
+std::size_t sizeOfBlock(const void* memory) {
+  const std::scoped_lock lock(blocks().mutex);
+  const auto found = blocks().sizes.find(keyOf(memory));
+  return found == blocks().sizes.end() ? 0 : found->second;
 }
 
 void* detail::copyBytesForCaller(const void* bytes, std::size_t size) {
@@ -59,26 +74,33 @@ void* systemBytes(std::size_t size) {
 extern "C" {
 
 void* ostiv_mem_calloc(size_t count, size_t size) {
-  using durix::Header;
-  if (size != 0 && count > (std::numeric_limits<std::size_t>::max() - sizeof(Header)) / size) return nullptr;
-  void* const block = std::calloc(1, sizeof(Header) + count * size);
-  if (block == nullptr) return nullptr;
-  auto* const header = new (block) Header{durix::LIVE};
-  ++durix::g_liveBlocks;
-  return header + 1;
+  if (size != 0 && count > (std::numeric_limits<std::size_t>::max() - durix::GAP) / size) return nullptr;
+  auto* const start = static_cast<std::byte*>(std::calloc(1, durix::GAP + count * size));
+  if (start == nullptr) return nullptr;
+  std::byte* const block = start + durix::GAP;
+  try {
+    const std::scoped_lock lock(durix::blocks().mutex);
+    durix::blocks().sizes.emplace(durix::keyOf(block), count * size);
+  } catch (...) {
+    std::free(start);
+    return nullptr;
+  }
+  return block;
 }
 
 void ostiv_mem_free(void* memory) {
   if (memory == nullptr) return;
-  auto* const header = static_cast<durix::Header*>(memory) - 1;
-  if (!durix::isLive(header)) {
-    // Left alone: leaking it is harmless, freeing it with the wrong allocator is not.
-    ++durix::g_mixUps;
-    durix::logLine("ostiv_mem_free: a block that ostiv_mem_calloc did not give, or freed before");
+  bool isOurs = false;
+  {
+    const std::scoped_lock lock(durix::blocks().mutex);
+    isOurs = durix::blocks().sizes.erase(durix::keyOf(memory)) > 0;
+  }
+  if (isOurs) {
+    std::free(static_cast<std::byte*>(memory) - durix::GAP);
     return;
   }
-  header->magic = durix::FREED;
-  --durix::g_liveBlocks;
-  std::free(header);
+  // Left alone: leaking it is harmless, freeing it with the wrong allocator is not.
+  ++durix::g_mixUps;
+  durix::logLine("ostiv_mem_free: a block that ostiv_mem_calloc did not give, or freed before");
 }
 }

@@ -16,6 +16,9 @@ struct MemoryStatistics {
 };
 MemoryStatistics memoryStatistics();
 
+/// The bytes of a block of ostiv_mem_calloc; 0 when the pointer is none that was given and not freed.
+std::size_t sizeOfBlock(const void* memory);
+
 /// A copy that passes to the caller of the contract, who frees it with ostiv_mem_free. Throws std::bad_alloc.
 char* copyForCaller(std::string_view text);
 

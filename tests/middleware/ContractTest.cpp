@@ -5,25 +5,11 @@
 #include <future>
 #include <thread>
 
-#include "Support.h"
-#include "durix/durix_player.h"
-#include "durix/durix_recorder.h"
+#include "EveryCall.h"
 #include "middleware/durix_tools.h"
 
 namespace durix::test {
 namespace {
-
-TinyMultiplex twoServices() {
-  return {.services = {{.id = 1, .name = "One"}, {.id = 2, .name = "Two"}}};
-}
-
-void ignore(durix_event_data*, void*) {}
-
-// A pointer that is no handle of anything, and may not be looked behind.
-template <typename T>
-T* foreign() {
-  return reinterpret_cast<T*>(std::uintptr_t{0xDEAD0});
-}
 
 template <typename T>
 std::function<void*()> requestOf(T request) {
@@ -88,232 +74,6 @@ TEST(Contract, CanBeStoppedFromAHandler) {
   EXPECT_EQ(stop.code.get_future().get(), DURIX_OK);
   EXPECT_NE(middleware.stop(), DURIX_OK) << "it has";
   EXPECT_EQ(middleware.start(), DURIX_OK) << "and the next one runs";
-}
-
-// Everything of one life that another may still hold: valid while `middleware` runs, stale afterwards.
-struct Things {
-  durix_handle* handle;
-  durix_provider provider;
-  durix_esg_object service, feed;
-  durix_player* player = nullptr;
-  durix_recorder* recorder = nullptr;
-
-  explicit Things(const Middleware& middleware)
-      : handle(middleware.handle()),
-        provider(middleware.provider()),
-        service(middleware.services().at(0)),
-        feed(middleware.feeds(service).at(1)) {
-    const durix_render_data none{};
-    EXPECT_EQ(durix_player_init(), DURIX_OK);
-    EXPECT_EQ(durix_player_create(&player, &none, nullptr), DURIX_OK);
-    EXPECT_EQ(durix_recorder_create(&recorder), DURIX_OK);
-  }
-};
-
-struct Call {
-  std::string name;
-  std::function<durix_return_code(Things&)> make;
-};
-
-// Every call of the contract on the things it is given, with valid other arguments.
-std::vector<Call> everyCall() {
-  static durix_esg_object* objects;
-  static durix_provider* providers;
-  static durix_device* devices;
-  static std::uint32_t count;
-  static std::int32_t* numbers;
-  static std::int32_t number;
-  static std::uint8_t flag;
-  static char* text;
-  static const durix_render_data render{};
-  static const durix_scan_configuration nothing{0, nullptr};
-  return {
-      {"deinit", [](Things& t) { return durix_deinit(t.handle); }},
-      {"allow_updates", [](Things& t) { return durix_allow_updates(t.handle); }},
-      {"callback_add", [](Things& t) { return durix_callback_add(t.handle, 1, ignore, nullptr); }},
-      {"callback_remove", [](Things& t) { return durix_callback_remove(t.handle, 1, ignore); }},
-      {"property_set", [](Things& t) { return durix_property_set(t.handle, 1, "x"); }},
-      {"property_get", [](Things& t) { return durix_property_get(t.handle, 1, &text); }},
-      {"providers_get", [](Things& t) { return durix_providers_get(t.handle, &providers, &count); }},
-      {"discover_start", [](Things& t) { return durix_discover_start(t.handle, 0, 0, &nothing, true); }},
-      {"discover_cancel", [](Things& t) { return durix_discover_cancel(t.handle); }},
-      {"device_get", [](Things& t) { return durix_device_get(t.handle, &devices, &count); }},
-      {"provider_mount", [](Things& t) { return durix_provider_mount(&t.provider); }},
-      {"provider_unmount", [](Things& t) { return durix_provider_unmount(&t.provider); }},
-      {"provider_activate", [](Things& t) { return durix_provider_activate(&t.provider); }},
-      {"provider_deactivate", [](Things& t) { return durix_provider_deactivate(&t.provider); }},
-      {"provider_match", [](Things& t) { return durix_provider_match(&t.provider, 1, 1); }},
-      {"services_get", [](Things& t) { return durix_services_get(&t.provider, &objects, &count); }},
-      {"attribute_get_str", [](Things& t) { return durix_attribute_get_str(&t.service, 22, &text); }},
-      {"attribute_get_int", [](Things& t) { return durix_attribute_get_int(&t.service, 43, &number); }},
-      {"attribute_get_bool", [](Things& t) { return durix_attribute_get_bool(&t.service, 21, &flag); }},
-      {"attribute_get_array",
-       [](Things& t) { return durix_attribute_get_array_int(&t.service, 25, &numbers, &count); }},
-      {"program_events_get", [](Things& t) { return durix_program_events_get(&t.service, &objects, &count); }},
-      {"feeds_get", [](Things& t) { return durix_esg_object_feeds_get(&t.service, &objects, &count); }},
-      {"feed_open", [](Things& t) { return durix_feed_open(&t.feed, 0); }},
-      {"feeds_close", [](Things& t) { return durix_feeds_close(&t.feed, 1, 0); }},
-      {"player_destroy", [](Things& t) { return durix_player_destroy(t.player); }},
-      {"player_render_data_set", [](Things& t) { return durix_player_render_data_set(t.player, &render); }},
-      {"player_feed_add", [](Things& t) { return durix_player_feed_add(t.player, &t.feed); }},
-      {"player_feed_remove", [](Things& t) { return durix_player_feed_remove(t.player, &t.feed); }},
-      {"player_start", [](Things& t) { return durix_player_start(t.player, true); }},
-      {"player_stop", [](Things& t) { return durix_player_stop(t.player); }},
-      {"player_pause", [](Things& t) { return durix_player_pause(t.player, true); }},
-      {"player_seek", [](Things& t) { return durix_player_seek(t.player, 1); }},
-      {"player_get_position", [](Things& t) { return durix_player_get_position(t.player, &count); }},
-      {"player_get_duration", [](Things& t) { return durix_player_get_duration(t.player, &count); }},
-      {"player_size_set", [](Things& t) { return durix_player_size_set(t.player, 1, 1); }},
-      {"player_volume_set", [](Things& t) { return durix_player_volume_set(t.player, 1); }},
-      {"player_teletext_set_page", [](Things& t) { return durix_player_teletext_set_page(t.player, 100, 0); }},
-      {"player_teletext_change_page", [](Things& t) { return durix_player_teletext_change_page(t.player, 0); }},
-      {"recorder_close", [](Things& t) { return durix_recorder_close(t.recorder); }},
-      {"recorder_activate", [](Things& t) { return durix_recorder_activate(t.recorder, &t.provider); }},
-      {"recorder_deactivate", [](Things& t) { return durix_recorder_deactivate(t.recorder, &t.provider); }},
-      {"recorder_list_recordings",
-       [](Things& t) { return durix_recorder_list_recordings(t.recorder, &objects, &count); }},
-      {"recorder_list_timers", [](Things& t) { return durix_recorder_list_timers(t.recorder, &objects, &count); }},
-      {"recorder_add_timer",
-       [](Things& t) { return durix_recorder_add_timer(t.recorder, 1, &t.service, 0, 1, 2, 30, "x", &objects); }},
-      {"recorder_modify_timer",
-       [](Things& t) { return durix_recorder_modify_timer(t.recorder, &t.service, 1, 2, 30, "x"); }},
-      {"recorder_remove_timer", [](Things& t) { return durix_recorder_remove_timer(t.recorder, &t.service); }},
-      {"recorder_remove_recording", [](Things& t) { return durix_recorder_remove_recording(t.recorder, &t.service); }},
-      {"recorder_get_recording",
-       [](Things& t) { return durix_recorder_get_recording(t.recorder, &t.service, &objects); }},
-      {"device_execute_request",
-       [](Things& t) { return durix_device_execute_request(t.handle, DURIX_REQUEST_LIST_AVAILABLE, nullptr); }},
-  };
-}
-
-// Calls that need no thing to be a success of its kind, or look at none: theirs are other tests.
-bool isFor(const std::string& name, const std::string& things) {
-  const bool isPlayer = name.starts_with("player_");
-  const bool isRecorder = name.starts_with("recorder_");
-  if (name == "device_execute_request") return false;
-  if (things == "object") {
-    return name.starts_with("attribute") || name.starts_with("program") || name.starts_with("feed") ||
-           name == "player_feed_add" || name == "player_feed_remove";
-  }
-  if (things == "provider") return name.starts_with("provider_") || name == "services_get";
-  if (things == "player") return isPlayer;
-  if (things == "recorder") return isRecorder;
-  return !isPlayer && !isRecorder && !isFor(name, "object") && !isFor(name, "provider");
-}
-
-TEST(Contract, AnswersEveryBadArgumentWithAnError) {
-  Middleware middleware;
-  middleware.air("474000000", twoServices());
-  ASSERT_EQ(middleware.start(), DURIX_OK);
-  ASSERT_TRUE(middleware.scan({474'000'000}));
-  const Things good(middleware);
-  struct Row {
-    std::string things, why;
-    std::function<void(Things&)> spoil;
-  };
-  const std::vector<Row> rows{
-      {"handle", "foreign", [](Things& t) { t.handle = foreign<durix_handle>(); }},
-      {"provider", "unknown identity", [](Things& t) { t.provider.identity = 9; }},
-      {"provider", "another type", [](Things& t) { t.provider.receiver_type = 2; }},
-      {"provider", "zero", [](Things& t) { t.provider = {}; }},
-      {"object", "unknown", [](Things& t) { t.service.id = t.feed.id = 4'000'000'000; }},
-      {"object", "empty", [](Things& t) { t.service = t.feed = {}; }},
-      {"object", "another kind", [](Things& t) { t.service.kind = 2, t.feed.kind = 1; }},
-      {"object", "no kind", [](Things& t) { t.service.kind = t.feed.kind = 77; }},
-      {"object", "changed", [](Things& t) { ++t.service.opaque, ++t.feed.opaque; }},
-      {"player", "null", [](Things& t) { t.player = nullptr; }},
-      {"player", "foreign", [](Things& t) { t.player = foreign<durix_player>(); }},
-      {"recorder", "null", [](Things& t) { t.recorder = nullptr; }},
-      {"recorder", "foreign", [](Things& t) { t.recorder = foreign<durix_recorder>(); }},
-  };
-  int made = 0;
-  for (const Row& row : rows) {
-    for (const auto& call : everyCall()) {
-      if (!isFor(call.name, row.things)) continue;
-      Things bad = good;
-      row.spoil(bad);
-      EXPECT_NE(call.make(bad), DURIX_OK) << call.name << ": " << row.why;
-      ++made;
-    }
-  }
-  EXPECT_GT(made, 100) << "the rows reach the calls";
-  EXPECT_EQ(middleware.names().size(), 2U) << "and nothing has changed";
-}
-
-TEST(Contract, AnswersEveryLateCallWithAnError) {
-  Middleware middleware;
-  middleware.air("474000000", twoServices());
-  ASSERT_EQ(middleware.start(), DURIX_OK);
-  ASSERT_TRUE(middleware.scan({474'000'000}));
-  Things late(middleware);
-  ASSERT_EQ(middleware.stop(), DURIX_OK);
-  for (const auto& call : everyCall()) EXPECT_NE(call.make(late), DURIX_OK) << call.name;
-  EXPECT_EQ(durix_device_execute_request(late.handle, DURIX_REQUEST_LIST_AVAILABLE, nullptr), 1U);
-  durix_player* player = nullptr;
-  durix_recorder* recorder = nullptr;
-  const durix_render_data none{};
-  EXPECT_NE(durix_callback_add(nullptr, 1, ignore, nullptr), DURIX_OK);
-  EXPECT_NE(durix_callback_remove(nullptr, 1, ignore), DURIX_OK);
-  EXPECT_NE(durix_player_init(), DURIX_OK);
-  EXPECT_NE(durix_player_deinit(), DURIX_OK);
-  EXPECT_NE(durix_player_create(&player, &none, nullptr), DURIX_OK);
-  EXPECT_NE(durix_recorder_create(&recorder), DURIX_OK);
-  EXPECT_NE(durix_tools_receivers([](const durix_tools_receiver*, void*) {}, nullptr), DURIX_OK);
-
-  ASSERT_EQ(middleware.start(), DURIX_OK);
-  for (const auto& call : everyCall()) {
-    const bool isOfOneLife = isFor(call.name, "handle") || isFor(call.name, "player") || isFor(call.name, "recorder");
-    if (!isOfOneLife) continue;
-    EXPECT_NE(call.make(late), DURIX_OK) << call.name << " in the next life";
-  }
-}
-
-TEST(Contract, AnswersEveryNullWithAnError) {
-  Middleware middleware;
-  middleware.air("474000000", twoServices());
-  ASSERT_EQ(middleware.start(), DURIX_OK);
-  ASSERT_TRUE(middleware.scan({474'000'000}));
-  Things t(middleware);
-  std::uint32_t count = 7;
-  durix_esg_object* objects = nullptr;
-  durix_callback_entry entry{1, nullptr};
-  const std::vector<durix_return_code> codes{
-      durix_init(nullptr, 0, middleware.data().c_str(), "", nullptr, 0, nullptr),
-      durix_init(&t.handle, 0, middleware.data().c_str(), "", nullptr, 3, nullptr),
-      durix_init(&t.handle, 0, middleware.data().c_str(), "", &entry, 1, nullptr),
-      durix_callback_add(t.handle, 1, nullptr, nullptr),
-      durix_callback_add(t.handle, 0, ignore, nullptr),
-      durix_callback_add(t.handle, 42, ignore, nullptr),
-      durix_property_set(t.handle, 1, nullptr),
-      durix_property_get(t.handle, 1, nullptr),
-      durix_providers_get(t.handle, nullptr, &count),
-      durix_providers_get(t.handle, nullptr, nullptr),
-      durix_provider_mount(nullptr),
-      durix_services_get(nullptr, &objects, &count),
-      durix_services_get(&t.provider, &objects, nullptr),
-      durix_discover_start(t.handle, 0, 0, nullptr, true),
-      durix_device_get(t.handle, nullptr, &count),
-      durix_attribute_get_str(nullptr, 22, nullptr),
-      durix_attribute_get_str(&t.service, 22, nullptr),
-      durix_attribute_get_int(&t.service, 43, nullptr),
-      durix_attribute_get_bool(&t.service, 21, nullptr),
-      durix_attribute_get_array_int(&t.service, 25, nullptr, nullptr),
-      durix_program_events_get(nullptr, &objects, &count),
-      durix_esg_object_feeds_get(&t.service, &objects, nullptr),
-      durix_feed_open(nullptr, 0),
-      durix_feeds_close(nullptr, 1, 0),
-      durix_feeds_close(&t.feed, 0, 0),
-      durix_player_create(nullptr, nullptr, nullptr),
-      durix_player_create(&t.player, nullptr, nullptr),
-      durix_player_feed_add(t.player, nullptr),
-      durix_player_volume_set(t.player, 101),
-      durix_recorder_create(nullptr),
-      durix_recorder_list_timers(t.recorder, nullptr, nullptr),
-      durix_tools_scan_report(nullptr, nullptr),
-      durix_tools_receivers(nullptr, nullptr)};
-  for (std::size_t i = 0; i < codes.size(); ++i) EXPECT_NE(codes[i], DURIX_OK) << i;
-  EXPECT_EQ(count, 7U) << "out values are written on success only";
-  EXPECT_EQ(objects, nullptr);
 }
 
 TEST(Contract, KnowsTheTypeOfEachAttribute) {
@@ -408,8 +168,11 @@ TEST(Contract, TakesRequestsAboutReceivers) {
   for (const Row& row :
        {Row{"address", DURIX_REQUEST_SET_ADDRESS, requestOf(address), 0},
         Row{"no address", DURIX_REQUEST_SET_ADDRESS, requestOf(durix_request_address{}), 1},
-        Row{"no data", DURIX_REQUEST_SET_ADDRESS, none, 1}, Row{"list", DURIX_REQUEST_LIST_SELECTED, none, 0},
-        Row{"list", DURIX_REQUEST_LIST_AVAILABLE, none, 0},
+        Row{"no data", DURIX_REQUEST_SET_ADDRESS, none, 1},
+        Row{"too little data", DURIX_REQUEST_SET_ADDRESS, requestOf(std::array<char, 49>{'1'}), 1},
+        Row{"too little data", DURIX_REQUEST_SELECT, requestOf(address), 1},
+        Row{"data of nowhere", DURIX_REQUEST_SET_ADDRESS, [] { return foreign<void>(); }, 1},
+        Row{"list", DURIX_REQUEST_LIST_SELECTED, none, 0}, Row{"list", DURIX_REQUEST_LIST_AVAILABLE, none, 0},
         Row{"unknown type", DURIX_REQUEST_SELECT, requestOf(unknown), 1},
         Row{"text that fills its field", DURIX_REQUEST_SELECT, requestOf(full), 1},
         Row{"no data", DURIX_REQUEST_SELECT, none, 1}, Row{"select", DURIX_REQUEST_SELECT, requestOf(choice), 0},

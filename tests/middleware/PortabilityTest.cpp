@@ -40,10 +40,14 @@ TEST(Memory, CountsItsBlocksAndCatchesOthers) {
   EXPECT_EQ(durix_tools_memory_live(), live);
   EXPECT_EQ(durix_tools_memory_mixups(), mixups);
 
-  // As a block of the system's allocator looks: something in front of it that is not ours.
+  // What it did not give is not even looked at: a place in memory of others, nowhere at all, a block freed before.
   std::array<std::uint64_t, 8> foreign{};
-  ostiv_mem_free(&foreign[4]);
-  EXPECT_EQ(durix_tools_memory_mixups(), mixups + 1);
+  void* const freedBefore = block;
+  for (void* const other :
+       {static_cast<void*>(&foreign[4]), reinterpret_cast<void*>(std::uintptr_t{0xDEAD0}), freedBefore}) {
+    ostiv_mem_free(other);
+  }
+  EXPECT_EQ(durix_tools_memory_mixups(), mixups + 3);
   EXPECT_EQ(durix_tools_memory_live(), live);
 }
 
