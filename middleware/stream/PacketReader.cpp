@@ -71,18 +71,21 @@ bool PacketReader::fill(std::size_t size) {
 // Moves to the next place where packets begin, the present packet size tried first.
 bool PacketReader::search() {
   for (;;) {
-    fill(LOOKAHEAD);
-    if (_end - _begin < PACKET_SIZE) {
+    const bool hasLookahead = fill(LOOKAHEAD);
+    const std::size_t wanted = hasLookahead ? LOOKAHEAD : PACKET_SIZE;  // behind every place that is tried
+    if (_end - _begin < wanted) {
       skip(_end - _begin);
       return false;
     }
-    if (_buffer[_begin] == SYNC_BYTE) {
-      if (_period != 0 && confirms(_begin, _period)) return true;
-      const auto* found = std::find_if(PERIODS.begin(), PERIODS.end(), [this](auto p) { return confirms(_begin, p); });
-      if (found != PERIODS.end()) {
-        _period = *found;
-        return true;
-      }
+    const std::size_t places = _end - _begin - wanted + 1;
+    const auto* const sync = static_cast<const std::uint8_t*>(std::memchr(&_buffer[_begin], SYNC_BYTE, places));
+    skip(sync == nullptr ? places : static_cast<std::size_t>(sync - &_buffer[_begin]));
+    if (sync == nullptr) continue;
+    if (_period != 0 && confirms(_begin, _period)) return true;
+    const auto* found = std::find_if(PERIODS.begin(), PERIODS.end(), [this](auto p) { return confirms(_begin, p); });
+    if (found != PERIODS.end()) {
+      _period = *found;
+      return true;
     }
     skip(1);
   }

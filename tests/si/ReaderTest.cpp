@@ -50,6 +50,8 @@ TEST(PacketReader, FindsThePacketsInWhateverSurroundsThem) {
     std::vector<std::size_t> numbers;
     std::uint64_t losses;
   };
+  Bytes longGarbage(1'000'000, 0);
+  for (std::size_t i = 500; i < longGarbage.size(); i += 1000 + i % 7) longGarbage[i] = SYNC_BYTE;
   const std::vector<Row> rows = {
       {"nothing", {}, {}, 0},
       {"less than a packet", Bytes(100, SYNC_BYTE), {}, 0},
@@ -60,6 +62,9 @@ TEST(PacketReader, FindsThePacketsInWhateverSurroundsThem) {
       {"cut in the middle of the first and last packet", Bytes(plain.begin() + 90, plain.end() - 90), allBut({0, 19}),
        0},
       {"garbage with sync bytes first", join({Bytes(100, SYNC_BYTE), {1, 2, 3}, plain}), allBut({}), 0},
+      {"garbage longer than the buffer first", join({longGarbage, plain}), allBut({}), 0},
+      {"garbage longer than the buffer between packets",
+       changed([&](Bytes& b) { b.insert(b.begin() + at(7), longGarbage.begin(), longGarbage.end()); }), allBut({}), 1},
       {"one sync byte hit", changed([&](Bytes& b) { b[at(5)] = 0; }), allBut({5}), 0},
       {"bytes inserted between packets", changed([&](Bytes& b) { b.insert(b.begin() + at(7), 33, 0xEE); }), allBut({}),
        1},
@@ -75,6 +80,9 @@ TEST(PacketReader, FindsThePacketsInWhateverSurroundsThem) {
     std::erase_if(numbers, [](std::size_t number) { return number >= COUNT; });
     EXPECT_EQ(numbers, row.numbers);
     EXPECT_EQ(reader.statistics().syncLosses, row.losses);
+    if (row.bytes.size() > longGarbage.size()) {
+      EXPECT_EQ(reader.statistics().skippedBytes, row.bytes.size() - row.numbers.size() * PACKET_SIZE);
+    }
   }
 }
 
