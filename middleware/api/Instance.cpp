@@ -9,6 +9,7 @@
 #include "middleware/portability/Files.h"
 #include "middleware/portability/HandleTable.h"
 #include "middleware/portability/Log.h"
+#include "middleware/receivers/StreamTime.h"
 
 namespace durix {
 namespace {
@@ -72,6 +73,11 @@ void startClock(const std::vector<std::unique_ptr<Broadcast>>& broadcasts) {
   }
 }
 
+std::optional<std::int64_t> firstMomentOf(const std::filesystem::path& file) {
+  const StreamTime time = readStreamTime(file);
+  return time.told ? time.told : time.presentStart;
+}
+
 EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {
   const ReceiverType type = broadcast.settings().type;
   EventRecord record(change == Presence::Change::Announced ? DURIX_EVENT_RECEIVER_ON : DURIX_EVENT_RECEIVER_OFF);
@@ -133,7 +139,8 @@ void Instance::setStartFailure(const std::string& text) {
   life().startFailure = text;
 }
 
-Instance::Instance(const std::filesystem::path& dataDirectory) : _store(dataDirectory), _events(EventQueue::create()) {}
+Instance::Instance(const std::filesystem::path& dataDirectory)
+    : _store(dataDirectory), _timeShifts(_store, firstMomentOf), _events(EventQueue::create()) {}
 
 void Instance::startReceivers() {
   std::vector<std::unique_ptr<Broadcast>> broadcasts;
@@ -145,7 +152,7 @@ void Instance::startReceivers() {
     events->post(receiverEvent(broadcast, change));
   };
   _receivers = std::make_unique<ReceiverPool>(std::move(broadcasts), notice);
-  _scan = std::make_unique<ChannelScan>(*_events, *_receivers, _store);
+  _scan = std::make_unique<ChannelScan>(*_events, *_receivers, _store, _timeShifts);
 }
 
 Instance::~Instance() {

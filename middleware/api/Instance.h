@@ -12,6 +12,7 @@
 #include "middleware/receivers/ReceiverPool.h"
 #include "middleware/scan/ChannelScan.h"
 #include "middleware/store/Store.h"
+#include "middleware/store/TimeShifts.h"
 
 namespace durix {
 
@@ -44,6 +45,7 @@ class Instance {
 
   Store& store() { return _store; }
   EventQueue& events() { return *_events; }
+  TimeShifts& timeShifts() { return _timeShifts; }
   ReceiverPool& receivers() { return *_receivers; }
   ChannelScan& scan() { return *_scan; }
   Providers& providers() { return _providers; }
@@ -56,6 +58,7 @@ class Instance {
 
   // fixed after construction; each uses those before it
   Store _store;
+  TimeShifts _timeShifts;
   std::shared_ptr<EventQueue> _events;
   std::unique_ptr<ReceiverPool> _receivers;
   std::unique_ptr<ChannelScan> _scan;

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <ctime>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <thread>
 
@@ -13,11 +14,22 @@
 namespace durix::clock {
 namespace {
 
+// A clock that was set runs on by itself: a correction of the system's time neither stops it nor turns it back.
+struct SetClock {
+  std::int64_t seconds;
+  std::chrono::steady_clock::time_point at;
+
+  std::int64_t now() const {
+    using std::chrono::duration_cast;
+    return seconds + duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - at).count();
+  }
+};
+
 struct State {
   std::shared_mutex mutex;
   Source source = nullptr;
   void* user = nullptr;
-  std::chrono::seconds shift{0};
+  std::optional<SetClock> set;  // nothing while it shows the system's time
 };
 
 // Never destroyed: threads of others may ask while the process ends.
@@ -36,19 +48,20 @@ std::int64_t systemSeconds() {
 std::int64_t now() {
   State& clock = state();
   const std::shared_lock lock(clock.mutex);
-  return clock.source != nullptr ? clock.source(clock.user) : systemSeconds() + clock.shift.count();
+  if (clock.source != nullptr) return clock.source(clock.user);
+  return clock.set ? clock.set->now() : systemSeconds();
 }
 
 void set(std::int64_t seconds) {
   State& clock = state();
   const std::scoped_lock lock(clock.mutex);
-  clock.shift = std::chrono::seconds(seconds - systemSeconds());
+  clock.set = SetClock{seconds, std::chrono::steady_clock::now()};
 }
 
 void reset() {
   State& clock = state();
   const std::scoped_lock lock(clock.mutex);
-  clock.shift = std::chrono::seconds(0);
+  clock.set.reset();
 }
 
 void replace(Source source, void* user) {

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 /// The one clock of the platform, in seconds since the epoch; ostiv_time_get_system_time shows it. It runs in real
-/// time, shifted where a broadcast's own time or a test says so. Any thread.
+/// time: the system's, or on from where a broadcast or a test has set it, and then it never goes back. Any thread.
 namespace durix::clock {
 
 std::int64_t now();

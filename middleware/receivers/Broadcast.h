@@ -26,6 +26,13 @@ class Broadcast {
   /// that cannot be read.
   virtual std::unique_ptr<ByteSource> tune(const durix_scan_frequency& frequency) const = 0;
 
+  /// Whether there is a signal on a frequency.
+  virtual bool carries(const durix_scan_frequency& frequency) const = 0;
+
+  /// The file that a frequency's stream comes from, when its moments are to be shifted so that it is on air now;
+  /// nothing for what has its own time.
+  virtual std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const = 0;
+
   /// Whether a receiver is there to be tuned at all.
   virtual bool isPresent() const = 0;
 
@@ -43,12 +50,15 @@ class DirectoryBroadcast : public Broadcast {
   explicit DirectoryBroadcast(ReceiverSettings settings) : _settings(std::move(settings)) {}
 
   std::unique_ptr<ByteSource> tune(const durix_scan_frequency& frequency) const override;
+  bool carries(const durix_scan_frequency& frequency) const override { return fileOf(frequency).has_value(); }
+  std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const override;
   bool isPresent() const override;
   std::optional<std::int64_t> firstTime() const override;
   const ReceiverSettings& settings() const override { return _settings; }
   std::string source() const override { return "file:" + _settings.directory.string(); }
 
  private:
+  std::optional<std::filesystem::path> fileOf(const durix_scan_frequency& frequency) const;
   std::vector<std::filesystem::path> streams() const;
 
   const ReceiverSettings _settings;

@@ -1,8 +1,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
+#include <charconv>
+#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "middleware/api/Failure.h"
 #include "middleware/receivers/Broadcast.h"
@@ -11,38 +13,47 @@
 namespace durix {
 namespace {
 
+constexpr std::string_view POLARISATIONS = "HVLR";
+
 std::string polarisationLetter(std::int32_t polarisation) {
-  constexpr std::string_view LETTERS = "HVLR";
   if (polarisation < 1 || polarisation > 4) return {};
-  return {LETTERS[static_cast<std::size_t>(polarisation - 1)]};
+  return {POLARISATIONS[static_cast<std::size_t>(polarisation - 1)]};
 }
 
-bool isStream(const std::filesystem::path& file) {
+// What stands before the polarisation; nothing when the file is none of a frequency.
+std::optional<std::uint64_t> frequencyOf(const std::filesystem::path& file) {
   const std::string stem = file.stem();
-  return file.extension() == ".ts" && !stem.empty() && std::isdigit(static_cast<unsigned char>(stem.front())) != 0;
-}
-
-// Frequencies in order of their numbers: "474" before "1474".
-bool comesBefore(const std::filesystem::path& a, const std::filesystem::path& b) {
-  const std::string first = a.stem();
-  const std::string second = b.stem();
-  return first.size() != second.size() ? first.size() < second.size() : first < second;
+  std::uint64_t frequency = 0;
+  const char* const end = stem.data() + stem.size();
+  const auto [rest, error] = std::from_chars(stem.data(), end, frequency);
+  const bool isPolarised = end - rest == 1 && POLARISATIONS.find(*rest) != std::string_view::npos;
+  if (error != std::errc{} || (rest != end && !isPolarised) || file.extension() != ".ts") return std::nullopt;
+  return frequency;
 }
 
 }  // namespace
 
 std::unique_ptr<ByteSource> DirectoryBroadcast::tune(const durix_scan_frequency& frequency) const {
+  const auto file = fileOf(frequency);
+  if (!file) return nullptr;
+  auto source = FileSource::open(*file);
+  if (source == nullptr) throw Failure(Code::Failed, "cannot read " + file->string());
+  return source;
+}
+
+std::optional<std::filesystem::path> DirectoryBroadcast::shiftedFile(const durix_scan_frequency& frequency) const {
+  return _settings.time == TimeMode::Now ? fileOf(frequency) : std::nullopt;
+}
+
+std::optional<std::filesystem::path> DirectoryBroadcast::fileOf(const durix_scan_frequency& frequency) const {
   const std::string number = std::to_string(frequency.frequency);
   const std::string letter = polarisationLetter(frequency.polarisation);
   for (const std::string& name : {number + letter, number}) {
-    const auto file = _settings.directory / (name + ".ts");
+    auto file = _settings.directory / (name + ".ts");
     std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) continue;
-    auto source = FileSource::open(file);
-    if (source == nullptr) throw Failure(Code::Failed, "cannot read " + file.string());
-    return source;
+    if (std::filesystem::is_regular_file(file, error)) return file;
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 bool DirectoryBroadcast::isPresent() const {
@@ -54,9 +65,7 @@ bool DirectoryBroadcast::isPresent() const {
 std::optional<std::int64_t> DirectoryBroadcast::firstTime() const {
   std::optional<std::int64_t> earliestEvent;
   for (const auto& file : streams()) {
-    auto source = FileSource::open(file);
-    if (source == nullptr) continue;
-    const StreamTime time = readStreamTime(std::move(source));
+    const StreamTime time = readStreamTime(file);
     if (time.told) return time.told;
     if (time.presentStart) earliestEvent = std::min(*time.presentStart, earliestEvent.value_or(*time.presentStart));
   }
@@ -64,13 +73,15 @@ std::optional<std::int64_t> DirectoryBroadcast::firstTime() const {
 }
 
 std::vector<std::filesystem::path> DirectoryBroadcast::streams() const {
-  std::vector<std::filesystem::path> files;
+  std::vector<std::pair<std::uint64_t, std::filesystem::path>> found;  // in the order of the frequencies
   std::error_code error;
   for (std::filesystem::directory_iterator entry(_settings.directory, error), end; !error && entry != end;
        entry.increment(error)) {
-    if (isStream(entry->path())) files.push_back(entry->path());
+    if (const auto frequency = frequencyOf(entry->path())) found.emplace_back(*frequency, entry->path());
   }
-  std::sort(files.begin(), files.end(), comesBefore);
+  std::sort(found.begin(), found.end());
+  std::vector<std::filesystem::path> files;
+  for (auto& [frequency, file] : found) files.push_back(std::move(file));
   return files;
 }
 

@@ -1,5 +1,6 @@
 #include "middleware/receivers/ReceiverPool.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -21,10 +22,19 @@ ReceiverType ReceiverPool::type() const {
 }
 
 std::unique_ptr<ByteSource> ReceiverPool::tune(const durix_scan_frequency& frequency) const {
-  for (const auto& broadcast : _broadcasts) {
-    if (auto source = broadcast->tune(frequency)) return source;
-  }
-  return nullptr;
+  const auto* const carrier = carrierOf(frequency);
+  return carrier == nullptr ? nullptr : carrier->tune(frequency);
+}
+
+std::optional<std::filesystem::path> ReceiverPool::shiftedFile(const durix_scan_frequency& frequency) const {
+  const auto* const carrier = carrierOf(frequency);
+  return carrier == nullptr ? std::nullopt : carrier->shiftedFile(frequency);
+}
+
+const Broadcast* ReceiverPool::carrierOf(const durix_scan_frequency& frequency) const {
+  const auto found = std::find_if(_broadcasts.begin(), _broadcasts.end(),
+                                  [&](const auto& broadcast) { return broadcast->carries(frequency); });
+  return found == _broadcasts.end() ? nullptr : found->get();
 }
 
 void ReceiverPool::stop() {

@@ -28,14 +28,18 @@ class ReceiverPool {
   ReceiverType type() const;
   const std::vector<std::unique_ptr<Broadcast>>& broadcasts() const { return _broadcasts; }
 
-  /// The stream of a frequency from the first source that has it; null without a signal. Throws Failure when there is
-  /// one that cannot be read.
+  /// The stream of a frequency from the first source that carries it; null without a signal. Throws Failure when it
+  /// cannot be read.
   std::unique_ptr<ByteSource> tune(const durix_scan_frequency& frequency) const;
+
+  /// As Broadcast::shiftedFile, of the source that is tuned.
+  std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const;
 
   /// Ends the watching; no notice comes afterwards.
   void stop();
 
  private:
+  const Broadcast* carrierOf(const durix_scan_frequency& frequency) const;
   void look();
   void watch(const std::stop_token& stop);
 

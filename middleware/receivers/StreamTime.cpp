@@ -39,15 +39,16 @@ void take(StreamTime& time, std::uint16_t pid, const Section& section) {
 
 }  // namespace
 
-StreamTime readStreamTime(std::unique_ptr<ByteSource> source) {
+StreamTime readStreamTime(const std::filesystem::path& file) {
   StreamTime time;
+  const auto reader = PacketReader::open(file);
+  if (reader == nullptr) return time;
   SectionDemux demux([&](std::uint16_t pid, const Section& section) { take(time, pid, section); });
   demux.select(EIT_PID);
   demux.select(TIME_PID);
   StreamClock clock;
-  PacketReader reader(std::move(source));
-  while (!time.told && clock.elapsed() < LONGEST_WAIT && reader.statistics().packets < MOST_PACKETS) {
-    const auto packet = reader.next();
+  while (!time.told && clock.elapsed() < LONGEST_WAIT && reader->statistics().packets < MOST_PACKETS) {
+    const auto packet = reader->next();
     if (!packet) break;
     clock.feed(*packet);
     demux.feed(*packet);

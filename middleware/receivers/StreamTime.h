@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <filesystem>
 #include <optional>
-
-#include "middleware/stream/ByteSource.h"
 
 namespace durix {
 
@@ -14,7 +12,8 @@ struct StreamTime {
   std::optional<std::int64_t> presentStart;  // the earliest start of a present event (5.2.4), when it tells no time
 };
 
-/// Reads until the time is told, which is due every 30 seconds (ETSI TS 101 211, 4.4), or must be given up.
-StreamTime readStreamTime(std::unique_ptr<ByteSource> source);
+/// Reads until the time is told, which is due every 30 seconds (ETSI TS 101 211, 4.4), or must be given up. A file that
+/// cannot be read tells nothing.
+StreamTime readStreamTime(const std::filesystem::path& file);
 
 }  // namespace durix

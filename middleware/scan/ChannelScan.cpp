@@ -1,14 +1,12 @@
 #include "middleware/scan/ChannelScan.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <set>
 #include <utility>
 
 #include "middleware/api/Failure.h"
 #include "middleware/portability/Log.h"
-#include "middleware/portability/Text.h"
+#include "middleware/receivers/ReceptionReport.h"
 #include "middleware/scan/BoundedSource.h"
 #include "middleware/scan/ScanEvents.h"
 #include "middleware/si/MultiplexScanner.h"
@@ -21,10 +19,11 @@ namespace {
 // longer than any disk takes for that.
 constexpr BoundedSource::Bounds BOUNDS{128ULL << 20, std::chrono::seconds(30)};
 
-// Nothing is missing in the list of services: every table has been whole, or at least the programmes that the PAT
-// lists are all described.
+// Nothing is missing in the list of services, so that one that is not in it is gone. Services are what the SDT
+// describes and the PAT lists: half a PAT may leave any of them out, half an SDT only what the PAT still lists.
 bool isWhole(const MultiplexTables& tables) {
-  if (tables.isComplete) return true;
+  if (tables.hasPat && !tables.isPatComplete) return false;
+  if (tables.isSdtComplete) return true;
   if (!tables.hasPat) return false;
   std::set<std::uint16_t> seen;
   if (tables.hasSdt) {
@@ -42,8 +41,8 @@ bool isChannel(const ScannedService& service) {
 
 }  // namespace
 
-ChannelScan::ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store)
-    : _events(events), _receivers(receivers), _store(store) {}
+ChannelScan::ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store, TimeShifts& shifts)
+    : _events(events), _receivers(receivers), _store(store), _shifts(shifts) {}
 
 void ChannelScan::start(std::vector<durix_scan_frequency> frequencies) {
   const std::scoped_lock lock(_mutex);
@@ -122,12 +121,14 @@ void ChannelScan::scan(const std::stop_token& stop, const durix_scan_frequency& 
 
 void ChannelScan::receive(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress,
                           FrequencyOutcome& outcome, std::vector<std::string>& names) {
+  ReceptionReport report(_events, tuning);
   auto source = tuning.frequency > 0 ? _receivers.tune(tuning) : nullptr;
   if (source == nullptr) {
     outcome.result = FrequencyOutcome::Result::NoSignal;
-    _events.post(receiverStatistics(tuning, nullptr));
+    report.tellNoSignal();
     return;
   }
+  see(tuning);
   if (protocolOf(_receivers.type()) != Protocol::Dvb) {  // other standards have tables and texts of their own
     outcome.result = FrequencyOutcome::Result::NoTables;
     outcome.text = std::string("the tables of ") + nameOf(_receivers.type()) + " are not read yet";
@@ -137,13 +138,12 @@ void ChannelScan::receive(const std::stop_token& stop, const durix_scan_frequenc
   const MultiplexTables tables = scanMultiplex(reader, {}, [&] { return stop.stop_requested(); });
   if (reader.hasFailed())
     logLine("scan: frequency " + std::to_string(tuning.frequency) + " could not be read to its end");
-  _events.post(receiverStatistics(tuning, &tables.reception));
+  report.tell(tables.reception);
   if (!tables.hasPat && !tables.hasSdt) {
     outcome.result = FrequencyOutcome::Result::NoTables;
     outcome.text = std::to_string(tables.reception.packets) + " packets without a programme or service table";
     return;
   }
-  _events.post(EventRecord(DURIX_EVENT_RECEIVER_LOCK));
   auto services = offeredServices(tables);
   for (const auto& service : services) {
     if (isChannel(service)) names.push_back(service.name);
@@ -157,11 +157,23 @@ void ChannelScan::receive(const std::stop_token& stop, const durix_scan_frequenc
                                         .services = std::move(services)});
 }
 
+// What is received for the first time is on air from now on. The frequency is received all the same when that cannot be
+// stored.
+void ChannelScan::see(const durix_scan_frequency& tuning) {
+  try {
+    if (const auto file = _receivers.shiftedFile(tuning)) _shifts.see(*file);
+  } catch (const Failure& failure) {
+    logLine(std::string("scan: ") + failure.what());
+  }
+}
+
 void ChannelScan::finish(Progress& progress) {
   std::string error;
   Store::Change change;
+  EventRecord finished(DURIX_EVENT_DISCOVER_FINISHED);
   if (isStopped()) return;
   try {
+    finished = discoverFinished(progress.names);
     change = _store.takeScan(progress.yield);
   } catch (const std::exception& failure) {
     error = failure.what();
@@ -171,11 +183,11 @@ void ChannelScan::finish(Progress& progress) {
   // that one comes before it.
   const std::scoped_lock lock(_mutex);
   _report.isFinished = true;
-  _report.error = error;
+  _report.error = std::move(error);
   _isRunning = false;
   if (change.isNewProvider) _events.post(EventRecord(DURIX_EVENT_PROVIDERS_CHANGED));
   if (change.isNewList) _events.post(EventRecord(DURIX_EVENT_SERVICES_CHANGED));
-  _events.post(discoverFinished(progress.names));
+  _events.post(std::move(finished));
 }
 
 }  // namespace durix

@@ -8,6 +8,7 @@
 #include "middleware/receivers/ReceiverPool.h"
 #include "middleware/scan/ScanReport.h"
 #include "middleware/store/Store.h"
+#include "middleware/store/TimeShifts.h"
 
 namespace durix {
 
@@ -18,7 +19,7 @@ namespace durix {
 class ChannelScan {
  public:
   /// All outlive this.
-  ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store);
+  ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store, TimeShifts& shifts);
   ChannelScan(const ChannelScan&) = delete;
   ChannelScan& operator=(const ChannelScan&) = delete;
 
@@ -47,12 +48,14 @@ class ChannelScan {
   void scan(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress);
   void receive(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress,
                FrequencyOutcome& outcome, std::vector<std::string>& names);
+  void see(const durix_scan_frequency& tuning);
   void finish(Progress& progress);
   bool isStopped() const;
 
   EventQueue& _events;
   const ReceiverPool& _receivers;
   Store& _store;
+  TimeShifts& _shifts;
 
   // guarded by _mutex, a leaf
   mutable std::mutex _mutex;

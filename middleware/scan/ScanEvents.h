@@ -4,7 +4,6 @@
 #include <string>
 
 #include "middleware/events/EventRecord.h"
-#include "middleware/si/Multiplex.h"
 
 namespace durix {
 
@@ -12,8 +11,5 @@ namespace durix {
 EventRecord discoverProgress(std::uint32_t percent, std::int32_t frequency, bool isValid,
                              std::span<const std::string> names);
 EventRecord discoverFinished(std::span<const std::string> names);
-
-/// How a frequency is received; null for no signal.
-EventRecord receiverStatistics(const durix_scan_frequency& tuning, const Reception* reception);
 
 }  // namespace durix

@@ -8,6 +8,7 @@
 
 #include "middleware/si/Network.h"
 #include "middleware/si/Program.h"
+#include "middleware/stream/Reception.h"
 
 namespace durix {
 
@@ -40,19 +41,13 @@ struct BroadcastTime {
   std::vector<LocalTimeOffset> offsets{};  // none from a TDT
 };
 
-/// How well the multiplex was received while its tables were collected.
-struct Reception {
-  std::uint64_t packets = 0;
-  std::uint64_t continuityErrors = 0;
-  std::uint64_t damagedSections = 0;  // wrong checksum
-};
-
 /// What one frequency has told of itself so far. Plain data, a copy of the reader's.
 struct MultiplexTables {
-  bool hasPat = false;  // with at least one programme, ever
-  bool hasSdt = false;  // of this transport stream
-  bool hasNit = false;  // of this network
-  bool isComplete = false;
+  bool hasPat = false;         // with at least one programme, ever
+  bool hasSdt = false;         // of this transport stream
+  bool hasNit = false;         // of this network
+  bool isPatComplete = false;  // every section of the PAT that counts, or of the SDT of this transport stream
+  bool isSdtComplete = false;
 
   std::uint16_t transportStreamId = 0;                   // of the PAT, else of the SDT
   std::map<std::uint16_t, std::uint16_t> pat{};          // PMT PID by programme number, without the network's entry

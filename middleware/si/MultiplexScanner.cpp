@@ -16,7 +16,6 @@ constexpr std::uint16_t FIRST_FREE_PID = 0x0020;
 constexpr std::size_t MOST_PROGRAMS = 1024;  // of a multiplex; real ones have some ten
 constexpr std::size_t MOST_EARLY_PMTS = 256;
 constexpr std::size_t MOST_SUBTABLES = 16;  // of SDT actual or NIT actual; one, unless streams were joined
-constexpr std::uint8_t NO_COUNTER = 0xFF;
 constexpr std::uint64_t PACKETS_BETWEEN_QUESTIONS = 512;
 
 bool isProgramPid(std::uint16_t pid) {
@@ -39,16 +38,12 @@ MultiplexScanner::MultiplexScanner(const ScanLimits& limits, DefaultTable table)
     : _limits(limits),
       _table(table),
       _demux([this](std::uint16_t pid, const Section& section) { takeSection(pid, section); }) {
-  _continuity.fill(NO_COUNTER);
   for (const std::uint16_t pid : {PAT_PID, NIT_PID, SDT_PID, TIME_PID}) _demux.select(pid);
 }
 
 void MultiplexScanner::feed(const PacketView& packet) {
-  if (packet.pid() == NULL_PID) {
-    ++_reception.packets;
-    return;
-  }
-  countReception(packet);
+  _meter.feed(packet);
+  if (packet.pid() == NULL_PID) return;
   _clock.feed(packet);
   if (!_patTime) watchForEarlyPmts(packet);
   _demux.feed(packet);
@@ -75,11 +70,12 @@ void MultiplexScanner::takePat(const Section& section) {
   }
   if (programs.empty()) return;
   _programPids = std::move(programs);
+  _isPatWhole = _pat.isComplete();
   _transportStreamId = section.extension();
   for (const auto& [number, pid] : _programPids) {
     if (isProgramPid(pid)) _demux.select(pid);
   }
-  if (_pat.isComplete() && !_patTime) _patTime = _clock.elapsed();
+  if (_isPatWhole && !_patTime) _patTime = _clock.elapsed();
 }
 
 void MultiplexScanner::takePmt(std::uint16_t pid, const Section& section) {
@@ -91,6 +87,7 @@ void MultiplexScanner::takePmt(std::uint16_t pid, const Section& section) {
   if (auto* const table = findOrAdd(_pmts, Key{section.extension(), pid}, most)) table->add(section);
 }
 
+// Only what this multiplex says of itself ("actual"): what it says of others, their own frequencies say better.
 void MultiplexScanner::takeSdt(const Section& section) {
   const auto body = section.body();
   if (body.size() < 2) return;
@@ -125,22 +122,12 @@ void MultiplexScanner::watchForEarlyPmts(const PacketView& packet) {
   _demux.select(packet.pid());
 }
 
-void MultiplexScanner::countReception(const PacketView& packet) {
-  ++_reception.packets;
-  if (!packet.hasPayload()) return;
-  auto& last = _continuity[packet.pid()];
-  const std::uint8_t counter = packet.continuity();
-  const bool isExpected = last == NO_COUNTER || counter == last || counter == ((last + 1) & 0x0F);
-  if (!isExpected && !packet.isDiscontinuity()) ++_reception.continuityErrors;
-  last = counter;
-}
-
 bool MultiplexScanner::hasAllPmts() const {
   return std::ranges::all_of(_programPids, [this](const auto& program) { return _pmts.contains(program); });
 }
 
 bool MultiplexScanner::isDone() const {
-  if (_reception.packets >= _limits.packets) return true;
+  if (_meter.reception().packets >= _limits.packets) return true;
   const auto now = _clock.elapsed();
   if (!_patTime) return now >= _limits.pat + _limits.sdt;
   return (hasAllPmts() || now >= *_patTime + _limits.pmt) && (hasComplete(_sdts) || now >= _limits.sdt) &&
@@ -152,7 +139,7 @@ MultiplexTables MultiplexScanner::result() const {
   tables.hasPat = !_programPids.empty();
   tables.hasSdt = !_sdts.empty();
   tables.hasNit = !_nits.empty();
-  tables.isComplete = _patTime && hasAllPmts() && hasComplete(_sdts) && hasComplete(_nits);
+  tables.isPatComplete = _isPatWhole;
   tables.transportStreamId = tables.hasPat || _sdts.empty() ? _transportStreamId : _sdts.begin()->first.first;
   tables.pat = _programPids;
   addPrograms(tables);
@@ -160,7 +147,7 @@ MultiplexTables MultiplexScanner::result() const {
   for (const auto& [id, table] : _nits) tables.networks.push_back(readNit(table.sections(), _table));
   tables.firstTime = _firstTime;
   tables.lastTime = _lastTime;
-  tables.reception = _reception;
+  tables.reception = _meter.reception();
   tables.reception.damagedSections = _demux.damagedSections();
   return tables;
 }
@@ -175,10 +162,13 @@ void MultiplexScanner::addPrograms(MultiplexTables& tables) const {
   }
 }
 
-// The SDT of this transport stream; any, where none has the PAT's number.
+// The SDT of this transport stream; any, where none has the PAT's number, and then nobody knows what is missing in it.
 void MultiplexScanner::addServices(MultiplexTables& tables) const {
   const auto isOwn = [&](const auto& entry) { return entry.first.first == tables.transportStreamId; };
   const bool hasOwn = std::ranges::any_of(_sdts, isOwn);
+  tables.isSdtComplete = hasOwn && std::ranges::all_of(_sdts, [&](const auto& entry) {
+                           return !isOwn(entry) || entry.second.isComplete();
+                         });
   for (const auto& entry : _sdts) {
     if (hasOwn && !isOwn(entry)) continue;
     for (auto& service : readSdt(entry.second.sections(), _table)) tables.services.push_back(std::move(service));
@@ -194,7 +184,9 @@ MultiplexTables scanMultiplex(PacketReader& reader, const ScanLimits& limits,
     if (++count % PACKETS_BETWEEN_QUESTIONS != 0) continue;
     if (scanner.isDone() || (isCancelled && isCancelled())) break;
   }
-  return scanner.result();
+  auto tables = scanner.result();
+  tables.reception.damagedPackets = reader.statistics().damagedPackets;
+  return tables;
 }
 
 }  // namespace durix

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -54,7 +53,6 @@ class MultiplexScanner {
   void takeNit(const Section& section);
   void takeTime(const Section& section);
   void watchForEarlyPmts(const PacketView& packet);
-  void countReception(const PacketView& packet);
   bool hasAllPmts() const;
   void addPrograms(MultiplexTables& tables) const;
   void addServices(MultiplexTables& tables) const;
@@ -67,6 +65,7 @@ class MultiplexScanner {
   StreamClock _clock;
   SubTable _pat;
   std::map<std::uint16_t, std::uint16_t> _programPids;  // PMT PID by programme number: the newest PAT that lists any
+  bool _isPatWhole = false;                             // that PAT
   std::uint16_t _transportStreamId = 0;                 // of that PAT
   std::size_t _earlyPids = 0;                           // looked at for PMTs before the first PAT
   std::map<Key, SubTable> _pmts;                        // by programme number and PID
@@ -74,8 +73,7 @@ class MultiplexScanner {
   std::map<std::uint16_t, SubTable> _nits;              // by network
   std::optional<std::chrono::milliseconds> _patTime;    // when the PAT was complete
   std::optional<BroadcastTime> _firstTime, _lastTime;
-  std::array<std::uint8_t, PID_COUNT> _continuity;  // the last counter of each PID, or none
-  Reception _reception;
+  ReceptionMeter _meter;
 };
 
 /// Reads packets until the tables are complete, the limits or the stream end, or `isCancelled` says so (asked every few

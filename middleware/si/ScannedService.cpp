@@ -159,16 +159,14 @@ std::vector<ScannedService> offeredServices(const MultiplexTables& tables) {
 std::int32_t qualityRank(const ScannedService& service, const Reception& reception) {
   constexpr std::int32_t RESOLUTION_WEIGHT = 10000;
   constexpr std::int32_t CODEC_WEIGHT = 1000;
-  constexpr std::uint64_t BEST_RECEPTION = 999;
+  constexpr double BEST_RECEPTION = 999;
   std::int32_t efficiency = 0;
   for (const auto& component : service.components) {
     const bool counts = service.kind == ServiceKind::Radio ? isAudio(component.kind) : isVideo(component.kind);
     if (counts) efficiency = std::max(efficiency, efficiencyOf(component.kind));
   }
-  const std::uint64_t packets = std::max<std::uint64_t>(reception.packets, 1);
-  const std::uint64_t good = packets - std::min(packets, reception.continuityErrors);
   return resolutionOf(service) * RESOLUTION_WEIGHT + efficiency * CODEC_WEIGHT +
-         static_cast<std::int32_t>(good * BEST_RECEPTION / packets);
+         static_cast<std::int32_t>(BEST_RECEPTION * (1.0 - reception.lostShare()));
 }
 
 }  // namespace durix

@@ -49,6 +49,12 @@ Statement& Statement::bind(std::string_view value) {
   return *this;
 }
 
+Statement& Statement::bind(std::optional<std::int64_t> value) {
+  if (value) return bind(*value);
+  check(sqlite3_bind_null(_statement, ++_bound));
+  return *this;
+}
+
 bool Statement::step() {
   const int result = sqlite3_step(_statement);
   if (result == SQLITE_ROW) return true;
@@ -70,6 +76,10 @@ std::string Statement::text(int column) const {
   const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(_statement, column));
   if (text == nullptr) return {};
   return {text, static_cast<std::size_t>(sqlite3_column_bytes(_statement, column))};
+}
+
+bool Statement::isNull(int column) const {
+  return sqlite3_column_type(_statement, column) == SQLITE_NULL;
 }
 
 void Statement::check(int result) const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,7 @@ class Statement {
 
   Statement& bind(std::int64_t value);
   Statement& bind(std::string_view value);
+  Statement& bind(std::optional<std::int64_t> value);  // NULL for none
 
   /// Goes to the next row; false when there is none (more).
   bool step();
@@ -33,6 +35,7 @@ class Statement {
 
   std::int64_t integer(int column) const;
   std::string text(int column) const;
+  bool isNull(int column) const;
 
   template <typename T>
   T number(int column) const {

@@ -4,23 +4,36 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include "middleware/api/Failure.h"
 #include "middleware/store/CatalogueTables.h"
+#include "middleware/store/TimeShifts.h"
 
 namespace durix {
 namespace {
 
 constexpr std::int64_t APPLICATION_ID = 0x64757278;  // "durx", so that no other program's database is taken for ours
-constexpr std::int64_t SCHEMA_VERSION = 1;
 
 const char* const SETTINGS_SCHEMA = R"(
 CREATE TABLE property(number INTEGER PRIMARY KEY, value TEXT NOT NULL) STRICT;
 CREATE TABLE selection(one INTEGER PRIMARY KEY CHECK(one = 1), receiver INTEGER NOT NULL, source TEXT NOT NULL,
                        options TEXT NOT NULL) STRICT;
 )";
+
+// The tables, version by version: a database of version N has the first N entries. What has been in use never changes;
+// more tables and changed ones are a new entry at the end.
+const std::array SCHEMA{std::string(SETTINGS_SCHEMA) + CATALOGUE_SCHEMA, std::string(TIME_SHIFT_SCHEMA)};
+constexpr auto SCHEMA_VERSION = static_cast<std::int64_t>(std::tuple_size_v<decltype(SCHEMA)>);
+
+// Brings the tables from a version to the newest, within the caller's transaction.
+void update(Database& database, std::int64_t version) {
+  for (; version < SCHEMA_VERSION; ++version) database.execute(SCHEMA.at(static_cast<std::size_t>(version)));
+  database.execute("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION));
+}
 
 void syncDirectory(const std::filesystem::path& directory) {
   const int descriptor = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -42,11 +55,11 @@ void create(const std::filesystem::path& file) {
   }
   {
     Database database(unfinished, Database::Mode::Create);
-    database.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; BEGIN");
-    database.execute(SETTINGS_SCHEMA);
-    database.execute(CATALOGUE_SCHEMA);
+    database.execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL");
+    Transaction transaction(database);
     database.execute("PRAGMA application_id = " + std::to_string(APPLICATION_ID));
-    database.execute("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION) + "; COMMIT");
+    update(database, 0);
+    transaction.commit();
   }
   std::filesystem::rename(unfinished, file);
   syncDirectory(file.parent_path());
@@ -56,8 +69,8 @@ std::string quoted(const std::filesystem::path& file) {
   return "'" + file.string() + "'";
 }
 
-// Looks only; throws when the database is not one to work on.
-void check(Database& database, const std::filesystem::path& file) {
+// Looks only, and gives the version; throws when the database is not one to work on.
+std::int64_t check(Database& database, const std::filesystem::path& file) {
   const auto version = database.integer("PRAGMA user_version");
   if (database.integer("PRAGMA application_id") != APPLICATION_ID || version < 1) {
     throw Failure(Code::DatabaseDamaged, quoted(file) + " is damaged, or no database of this middleware");
@@ -72,6 +85,7 @@ void check(Database& database, const std::filesystem::path& file) {
     std::replace(finding.begin(), finding.end(), '\n', ' ');
     throw Failure(Code::DatabaseDamaged, quoted(file) + " is damaged: " + finding);
   }
+  return version;
 }
 
 std::unique_ptr<Database> open(const std::filesystem::path& file) {
@@ -82,7 +96,11 @@ std::unique_ptr<Database> open(const std::filesystem::path& file) {
   auto database = std::make_unique<Database>(file, Database::Mode::Existing);
   // This process's alone: two of them would not see each other's services.
   database->execute("PRAGMA locking_mode = EXCLUSIVE; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
-  check(*database, file);
+  if (const auto version = check(*database, file); version < SCHEMA_VERSION) {
+    Transaction transaction(*database);
+    update(*database, version);
+    transaction.commit();
+  }
   return database;
 }
 

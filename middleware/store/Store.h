@@ -48,6 +48,14 @@ class Store {
   };
   Change takeScan(const ScanYield& yield);
 
+  /// For classes with tables of their own: runs `work` on the database, which nobody else uses meanwhile, and returns
+  /// what it returns. Nothing of the store is called from inside.
+  template <typename Work>
+  auto use(Work work) {
+    const std::scoped_lock lock(_mutex);
+    return work(database());
+  }
+
   /// Other threads may still be inside; every later operation that needs the database fails.
   void close();
 

@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#include <thread>
+
 #include "Support.h"
 #include "middleware/api/Failure.h"
 #include "middleware/receivers/Broadcast.h"
 #include "middleware/receivers/Presence.h"
 #include "middleware/receivers/ReceiverSettings.h"
+#include "middleware/receivers/ReceptionReport.h"
 
 namespace durix::test {
 namespace {
@@ -94,7 +99,10 @@ TEST(DirectoryBroadcast, KnowsWhenItsStreamsWereOnAir) {
            Row{{{"1474", withTime}, {"474", otherTime}}, TOLD + 3600, "by frequency, not by name"},
            Row{{{"474", withEvent}, {"490", otherTime}}, TOLD + 3600, "the first stream that has a time"},
            Row{{{"474", laterEvent}, {"490", withEvent}}, EVENT, "the earliest event when none has"},
-           Row{{{"notes", withTime}}, std::nullopt, "not a frequency"},
+           Row{{{"1474", withTime}, {"474H", otherTime}}, TOLD + 3600, "whatever the polarisation"},
+           Row{{{"notes", withTime}, {"474-old", withTime}, {"474HV", withTime}, {"H", withTime}},
+               std::nullopt,
+               "not a frequency"},
        }) {
     const TemporaryDirectory directory;
     for (const auto& [name, multiplex] : row.files) write(directory / (name + ".ts"), multiplex.bytes());
@@ -120,13 +128,83 @@ TEST(Receivers, AreAnnouncedOneByOneWithTheirNumbers) {
   }
 }
 
-TEST(Receivers, AreAnnouncedWhenTheirDirectoryAppears) {
+TEST(Receivers, ComeAndGoWithTheirDirectory) {
   Middleware middleware;
   const auto later = middleware.airDirectory() / "later";
-  ASSERT_EQ(middleware.start("dvb-t=file:" + later.string()), DURIX_OK);
+  const auto away = middleware.airDirectory() / "away";
+  const auto waitFor = [&](std::uint32_t event) {
+    return middleware.log().waitFor(event) && middleware.log().waitFor(event);  // both tuners
+  };
+  ASSERT_EQ(middleware.start("dvb-t=file:" + later.string() + ",tuners=2"), DURIX_OK);
   EXPECT_TRUE(middleware.log().events(DURIX_EVENT_RECEIVER_ON).empty());
   std::filesystem::create_directory(later);
-  EXPECT_TRUE(middleware.log().waitFor(DURIX_EVENT_RECEIVER_ON));
+  EXPECT_TRUE(waitFor(DURIX_EVENT_RECEIVER_ON));
+  std::filesystem::rename(later, away);
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  std::filesystem::rename(away, later);
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  EXPECT_EQ(middleware.log().events().size(), 2U) << "a short drop is nobody's business";
+  std::filesystem::remove(later);
+  EXPECT_TRUE(waitFor(DURIX_EVENT_RECEIVER_OFF));
+  std::filesystem::create_directory(later);
+  EXPECT_TRUE(waitFor(DURIX_EVENT_RECEIVER_ON));
+  EXPECT_EQ(middleware.log().events().size(), 6U);
+}
+
+// What a handler got of the statistics of receivers, one line for each event.
+struct Told {
+  std::vector<std::string> lines;
+
+  static void handler(durix_event_data* event, void* user) {
+    const auto* const bytes = reinterpret_cast<const char*>(event);
+    const auto number = wordAt(event, DURIX_OFFSET_EVENT);
+    std::string line = number == DURIX_EVENT_RECEIVER_LOCK ? "lock" : "lock lost";
+    if (number == DURIX_EVENT_RECEIVER_STATISTICS) {
+      line = std::to_string(wordAt(event, DURIX_OFFSET_STATISTICS_FREQUENCY)) + " available " +
+             std::to_string(wordAt(event, DURIX_OFFSET_STATISTICS_SIGNAL_AVAILABLE)) + " locked " +
+             std::to_string(wordAt(event, DURIX_OFFSET_STATISTICS_SIGNAL_LOCKED)) + " quality " +
+             std::to_string(static_cast<unsigned char>(bytes[DURIX_OFFSET_STATISTICS_SIGNAL_QUALITY])) + " snr '" +
+             (bytes + DURIX_OFFSET_STATISTICS_SNR) + "' ber '" + (bytes + DURIX_OFFSET_STATISTICS_BER) + "' per '" +
+             (bytes + DURIX_OFFSET_STATISTICS_PER) + "' mfer '" + (bytes + DURIX_OFFSET_STATISTICS_MFER) + "'";
+    }
+    static_cast<Told*>(user)->lines.push_back(line);
+  }
+};
+
+TEST(ReceptionReport, TellsWhatWasMeasured) {
+  Told told;
+  std::promise<void> isOver;
+  const auto queue = EventQueue::create();
+  const auto add = [&](std::uint32_t event, durix_event_handler handler, void* user) {
+    queue->add(event, handler, user, EventQueue::Scope::Instance);
+  };
+  for (const std::uint32_t event :
+       {DURIX_EVENT_RECEIVER_STATISTICS, DURIX_EVENT_RECEIVER_LOCK, DURIX_EVENT_RECEIVER_LOCK_LOST}) {
+    add(event, Told::handler, &told);
+  }
+  add(
+      DURIX_EVENT_RECEIVER_OFF,
+      [](durix_event_data*, void* user) { static_cast<std::promise<void>*>(user)->set_value(); }, &isOver);
+  queue->allow();
+  const auto pause = [] { std::this_thread::sleep_for(ReceptionReport::INTERVAL + std::chrono::milliseconds(50)); };
+  ReceptionReport report(*queue, tuning(474));
+  report.tell({.packets = 200, .damagedPackets = 50, .continuityErrors = 60});
+  report.tell({.packets = 300, .damagedPackets = 50, .continuityErrors = 60});
+  pause();
+  report.tell({.packets = 1200, .damagedPackets = 50, .continuityErrors = 60});
+  pause();
+  report.tell({.packets = 1200, .damagedPackets = 50, .continuityErrors = 60});
+  report.tellNoSignal();
+  pause();
+  report.tellNoSignal();
+  queue->post(EventRecord(DURIX_EVENT_RECEIVER_OFF));
+  isOver.get_future().wait();
+  queue->stop();
+  EXPECT_EQ(told.lines,
+            (std::vector<std::string>{"lock", "474 available 1 locked 1 quality 76 snr '' ber '' per '2.4e-01' mfer ''",
+                                      "474 available 1 locked 1 quality 100 snr '' ber '' per '0.0e+00' mfer ''",
+                                      "lock lost", "474 available 1 locked 0 quality 0 snr '' ber '' per '' mfer ''",
+                                      "474 available 0 locked 0 quality 0 snr '' ber '' per '' mfer ''"}));
 }
 
 }  // namespace

@@ -149,6 +149,7 @@ TEST(ChannelScan, IsRefusedWhileOneRunsAndForOtherReceivers) {
   ASSERT_EQ(durix_discover_start(middleware.handle(), 1, 1, &list, true), DURIX_OK);
   many.assign(many.size(), tuning(-1));  // what was given is copied during the call
   EXPECT_NE(durix_discover_start(middleware.handle(), 1, 1, &list, true), DURIX_OK);
+  ASSERT_TRUE(middleware.log().waitFor(DURIX_EVENT_DISCOVER_PROGRESS));
   EXPECT_EQ(durix_discover_cancel(middleware.handle()), DURIX_OK);
   EXPECT_TRUE(middleware.log().waitFor(DURIX_EVENT_DISCOVER_FINISHED)) << "also after cancelling";
   EXPECT_EQ(middleware.log().events(DURIX_EVENT_DISCOVER_PROGRESS).at(0).frequency, 1'000'000U);
@@ -229,6 +230,41 @@ TEST(ChannelScan, DoesNotTakeAMissingTableForMissingServices) {
   middleware.air("474000000", whole);
   ASSERT_TRUE(middleware.scan({474'000'000}));
   EXPECT_EQ(middleware.feeds(middleware.services().at(0)).size(), 4U) << "components not seen have not gone";
+}
+
+TEST(ChannelScan, HidesWhatIsGoneOnlyWhenTheListIsWhole) {
+  struct Row {
+    std::string why;
+    std::function<void(TinyMultiplex&)> change;  // of the multiplex that has lost its second service
+    Names names;
+  };
+  for (const Row& row : {
+           Row{"all tables", [](TinyMultiplex&) {}, {"One"}},
+           Row{"the SDT alone is enough", [](TinyMultiplex& m) { m.hasPat = m.hasPmt = m.hasNit = false; }, {"One"}},
+           Row{"the PAT tells as well", [](TinyMultiplex& m) { m.half = 0x42; }, {"One"}},
+           Row{"half a PAT", [](TinyMultiplex& m) { m.half = 0x00; }, {"One", "Two"}},
+           Row{"half an SDT, no PAT",
+               [](TinyMultiplex& m) {
+                 m.hasPat = m.hasPmt = false;
+                 m.half = 0x42;
+               },
+               {"One", "Two"}},
+           Row{"names are missing", [](TinyMultiplex& m) { m.hasSdt = false; }, {"One", "Two"}},
+           Row{"nothing but the network",
+               [](TinyMultiplex& m) { m.hasPat = m.hasPmt = m.hasSdt = false; },
+               {"One", "Two"}},
+       }) {
+    SCOPED_TRACE(row.why);
+    Middleware middleware;
+    middleware.air("474000000", multiplex(1, {{.id = 1, .name = "One"}, {.id = 2, .name = "Two"}}));
+    ASSERT_EQ(middleware.start(), DURIX_OK);
+    ASSERT_TRUE(middleware.scan({474'000'000}));
+    auto later = multiplex(1, {{.id = 1, .name = "One"}});
+    row.change(later);
+    middleware.air("474000000", later);
+    ASSERT_TRUE(middleware.scan({474'000'000}));
+    EXPECT_EQ(middleware.names(), row.names);
+  }
 }
 
 TEST(ChannelScan, HidesWhatThePropertiesSay) {

@@ -88,7 +88,7 @@ TEST(Store, RefusesWhatItCannotWorkOnAndLeavesItAlone) {
     Code code;
   };
   for (const Row& row : {
-           Row{"newer version", sql("PRAGMA user_version = 2"), Code::DatabaseNewer},
+           Row{"newer version", sql("PRAGMA user_version = 1000"), Code::DatabaseNewer},
            Row{"another program's", sql("PRAGMA application_id = 1"), Code::DatabaseDamaged},
            Row{"never finished", sql("PRAGMA user_version = 0"), Code::DatabaseDamaged},
            Row{"a table is missing", sql("DROP TABLE feed"), Code::Failed},
@@ -120,6 +120,25 @@ TEST(Store, RefusesWhatItCannotWorkOnAndLeavesItAlone) {
     const std::string log = contentsOf(middleware.data() / "tv.log");
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << row.why << ": " << log;
   }
+}
+
+TEST(Store, BringsAnOlderDatabaseUpToDate) {
+  Middleware middleware;
+  fill(middleware);
+  const auto file = middleware.data() / "durix.db";
+  const auto tables = [&] {
+    return Database(file, Database::Mode::Existing).integer("SELECT count(*) FROM sqlite_schema");
+  };
+  const auto all = tables();
+  {
+    Database database(file, Database::Mode::Existing);
+    database.execute("DROP TABLE time_shift; PRAGMA user_version = 1");
+  }
+  ASSERT_LT(tables(), all);
+  ASSERT_EQ(middleware.start(), DURIX_OK) << startFailure();
+  EXPECT_EQ(middleware.names(), (std::vector<std::string>{"One", "Two"}));
+  ASSERT_EQ(middleware.stop(), DURIX_OK);
+  EXPECT_EQ(tables(), all);
 }
 
 TEST(Store, RefusesADirectoryThatIsNone) {

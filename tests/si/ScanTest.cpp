@@ -203,17 +203,21 @@ TEST(MultiplexScanner, EndsWhenItsTablesAreCompleteOrWereWaitedFor) {
     const char* reason;
     StreamBuilder stream;
     bool isDone;
-    bool isComplete;
+    bool hasWholePat, hasWholeSdt;
   };
+  const Bytes halfPat = section({.extension = 7, .last = 1}, join({word(1), word(0xE101)}));
   const std::vector<Row> rows = {
-      {"complete", whole(), true, true},
-      {"a PMT is missing", noPmt, false, false},
-      {"a PMT never comes", wait(noPmt, 4), true, false},
-      {"the NIT may still come", wait(noNit, 4), false, false},
-      {"the NIT never comes", wait(noNit, 13), true, false},
-      {"nothing but a clock", wait({}, 10), true, false},
+      {"complete", whole(), true, true, true},
+      {"a PMT is missing", noPmt, false, true, true},
+      {"a PMT never comes", wait(noPmt, 4), true, true, true},
+      {"the NIT may still come", wait(noNit, 4), false, true, true},
+      {"the NIT never comes", wait(noNit, 13), true, true, true},
+      {"nothing but a clock", wait({}, 10), true, false, false},
       {"an empty PAT is none", StreamBuilder().add(0, {patSection(7, {})}).add(0x11, {one}).add(0x10, {nit}), false,
-       false},
+       false, true},
+      {"half a PAT", StreamBuilder().add(0, {halfPat}).add(0x11, {one}), false, false, true},
+      {"half an SDT", StreamBuilder().add(0, {PAT}).add(0x11, {sdt({}, 7, 0, 1)}), false, true, false},
+      {"the SDT of another stream", StreamBuilder().add(0, {PAT}).add(0x11, {sdt({}, 8)}), false, true, false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.reason);
@@ -221,7 +225,8 @@ TEST(MultiplexScanner, EndsWhenItsTablesAreCompleteOrWereWaitedFor) {
     auto reader = readerOf(row.stream.bytes());
     while (const auto packet = reader.next()) scanner.feed(*packet);
     EXPECT_EQ(scanner.isDone(), row.isDone);
-    EXPECT_EQ(scanner.result().isComplete, row.isComplete);
+    const auto tables = scanner.result();
+    EXPECT_EQ(std::pair(tables.isPatComplete, tables.isSdtComplete), std::pair(row.hasWholePat, row.hasWholeSdt));
   }
   MultiplexScanner bounded({.packets = 3});
   auto reader = readerOf(StreamBuilder().add(0x50, {Bytes(500, 1)}).bytes());

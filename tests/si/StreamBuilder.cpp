@@ -41,11 +41,11 @@ Bytes section(const SectionHead& head, const Bytes& body) {
   return join({bytes, word(checksum >> 16), word(checksum & 0xFFFF)});
 }
 
-Bytes patSection(std::uint16_t stream, const std::vector<std::pair<unsigned, unsigned>>& programs,
-                 std::uint8_t version) {
+Bytes patSection(std::uint16_t stream, const std::vector<std::pair<unsigned, unsigned>>& programs, std::uint8_t version,
+                 std::uint8_t last) {
   Bytes body;
   for (const auto& [number, pid] : programs) body = join({body, word(number), word(0xE000 | pid)});
-  return section({.table = 0, .extension = stream, .version = version}, body);
+  return section({.table = 0, .extension = stream, .version = version, .last = last}, body);
 }
 
 Bytes pmtSection(std::uint16_t program, const std::vector<std::pair<std::uint8_t, Bytes>>& streams) {

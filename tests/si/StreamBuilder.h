@@ -31,7 +31,7 @@ struct SectionHead {
 Bytes section(const SectionHead& head, const Bytes& body);
 
 Bytes patSection(std::uint16_t stream, const std::vector<std::pair<unsigned, unsigned>>& programs,
-                 std::uint8_t version = 0);
+                 std::uint8_t version = 0, std::uint8_t last = 0);
 Bytes pmtSection(std::uint16_t program, const std::vector<std::pair<std::uint8_t, Bytes>>& streams);
 Bytes sdtEntry(std::uint16_t service, const Bytes& descriptors, bool isProtected = false);
 Bytes sdtBody(std::uint16_t originalNetwork, std::initializer_list<Bytes> entries);

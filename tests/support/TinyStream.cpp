@@ -60,10 +60,12 @@ Bytes TinyMultiplex::bytes() const {
     entries = join({entries, sdtEntry(services[i].id, serviceDescriptor(services[i].type, services[i].name),
                                       services[i].isProtected)});
   }
-  if (hasPat) stream.add(0x00, {patSection(transportStream, programs)});
+  const auto lastSection = [&](std::uint8_t table) { return static_cast<std::uint8_t>(half == table ? 1 : 0); };
+  if (hasPat) stream.add(0x00, {patSection(transportStream, programs, 0, lastSection(0x00))});
   for (std::size_t i = 0; hasPmt && i < services.size(); ++i) stream.add(pmtPid(i), {pmt(services[i])});
   if (hasSdt) {
-    stream.add(0x11, {section({.table = 0x42, .extension = transportStream}, sdtBody(originalNetwork, {entries}))});
+    stream.add(0x11, {section({.table = 0x42, .extension = transportStream, .last = lastSection(0x42)},
+                              sdtBody(originalNetwork, {entries}))});
   }
   if (hasNit) stream.add(0x10, {nitSection(NETWORK, transportStream, originalNetwork, channelNumbers(*this))});
   if (event) {

@@ -28,6 +28,7 @@ struct TinyMultiplex {
   bool hasPmt = true;
   bool hasSdt = true;
   bool hasNit = true;
+  std::optional<std::uint8_t> half{};   // the table, PAT or SDT, that announces a section more than it has
   std::optional<std::int64_t> time{};   // of a TDT, UTC seconds since the epoch
   std::optional<std::int64_t> event{};  // start of a present event of the first service
   std::uint32_t nullPackets = 0;        // behind the tables
