@@ -122,11 +122,12 @@ uint32_t ostiv_localtime_s(int64_t seconds, ostiv_tm* local) {
 
 uint32_t ostiv_file_open(ostiv_file* file, const char*, const char*) {
   readSoFar = 0;
-  file->size = static_cast<uint32_t>(middleware->orderFile.size());
+  file->size = static_cast<uint32_t>(middleware->orderFile.size()) + middleware->lostBytes;
   return middleware->orderFile.empty() ? FAILED : 0;
 }
 
 uint32_t ostiv_file_read(ostiv_file*, void* buffer, uint32_t size, uint32_t* bytes_read) {
+  middleware->note("read " + std::to_string(size));
   *bytes_read = static_cast<uint32_t>(middleware->orderFile.copy(static_cast<char*>(buffer), size, readSoFar));
   readSoFar += *bytes_read;
   return 0;

@@ -25,6 +25,7 @@ class ScriptedMiddleware {
 
   std::vector<durix_esg_object> services;
   std::string orderFile;             // there is none while it is empty
+  std::uint32_t lostBytes = 0;       // that it was larger when it was opened
   std::function<void()> onServices;  // run inside the calls
   std::function<void()> onText;
 

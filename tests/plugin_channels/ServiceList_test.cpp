@@ -50,14 +50,18 @@ TEST_F(Channels, LoadWithTheFewestReads) {
   EXPECT_EQ(middleware.calls(), Lines()) << "valid: nothing is asked";
 
   middleware.attribute(10, DURIX_ATTRIBUTE_ORIGINAL_NETWORK_ID) = 2;
-  middleware.orderFile = std::string(200, '\n') + "10.2\n10.3\n99.1\n13\n";
+  middleware.orderFile = std::string(256 - 17, '\n') + "10.2\n10.3\n99.1\n13";
   middleware.addService(14, "", {1}, 9);
   load();
   const std::vector<Service*> again = load();
   EXPECT_EQ(middleware.calls(), (Lines{"services", "25 of 13", "25 of 10", "25 of 11", "25 of 11", "25 of 14",
-                                       "22 of 14", "25 of 12", "48 of 10"}))
+                                       "22 of 14", "25 of 12", "read 128", "read 128", "48 of 10"}))
       << "a known service costs one read, and more only for the order and its missing name";
   EXPECT_EQ(names(again), (Lines{"10B", "11A", "14", "12R"}));
+  middleware.lostBytes = 1;
+  EXPECT_EQ(load(), again);
+  const Lines calls = middleware.calls();
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "read 128"), 3) << "a file that shrank ends where it ends";
 }
 
 TEST_F(Channels, ConflictWithWhatUsesUpTheReceivers) {

@@ -80,6 +80,8 @@ TEST_F(Services, KnowTheCurrentAndTheNextProgramme) {
   ProgramImpl* const third = add(&service, 3 * HOUR, 4 * HOUR);
   service.update();
   EXPECT_EQ(service.getProgramList(), (std::vector<Program*>{first, second, third}));
+  EXPECT_TRUE(ServiceImpl::containsProgram(service.getProgramList(), {2, third->getId(), 9}));
+  EXPECT_FALSE(ServiceImpl::containsProgram({first}, {2, third->getId(), 0}));
   struct Row {
     const char* reason;
     std::int64_t now;
@@ -89,6 +91,7 @@ TEST_F(Services, KnowTheCurrentAndTheNextProgramme) {
   const Row rows[] = {
       {"before all", -HOUR, nullptr, first},
       {"at the first one's start", 0, first, second},
+      {"at the end of one and the start of the next: the one that is probed first", HOUR, second, third},
       {"a second into the second", HOUR + 1, second, third},
       {"in the gap", 2 * HOUR + 1, nullptr, third},
       {"at the last one's end", 4 * HOUR, third, nullptr},

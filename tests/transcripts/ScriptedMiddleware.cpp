@@ -93,15 +93,15 @@ uint32_t ostiv_file_open(ostiv_file* file, const char* path, const char* mode) {
   if (*mode == 'w') content.clear();
   file->stream = &content;
   file->size = static_cast<std::uint32_t>(content.size());
+  Stage::current()->readSoFar = 0;
+  ++Stage::current()->openFiles;
   return 0;
 }
 
 uint32_t ostiv_file_read(ostiv_file* file, void* buffer, uint32_t size, uint32_t* bytes_read) {
-  // Files of a stage are read from their beginning, in one piece or not at all.
-  auto* const content = static_cast<std::string*>(file->stream);
-  *bytes_read = static_cast<std::uint32_t>(std::min<std::size_t>(size, content->size()));
-  std::memcpy(buffer, content->data(), *bytes_read);
-  content->erase(0, *bytes_read);
+  const auto& content = *static_cast<const std::string*>(file->stream);
+  *bytes_read = static_cast<std::uint32_t>(content.copy(static_cast<char*>(buffer), size, Stage::current()->readSoFar));
+  Stage::current()->readSoFar += *bytes_read;
   return 0;
 }
 
@@ -111,6 +111,7 @@ uint32_t ostiv_file_write(ostiv_file* file, const void* data, uint32_t length) {
 }
 
 uint32_t ostiv_file_close(ostiv_file* /*file*/) {
+  --Stage::current()->openFiles;
   return 0;
 }
 uint32_t ostiv_file_directory_read(const char* /*directory*/, void** iterator, ostiv_directory_entry* entry) {
@@ -299,8 +300,11 @@ durix_return_code durix_attribute_get_array_int(const durix_esg_object* object, 
                                                 int32_t** values, uint32_t* count) {
   const auto code = note("durix_attribute_get_array_int", name(object) + "." + number(attribute));
   if (code != 0) return code;
+  const Stage& stage = *Stage::current();
+  const auto found = stage.arrays.find({object->id, attribute});
   giveArray("durix_attribute_get_array_int",
-            std::vector<std::int32_t>{valueOf(Stage::current()->numbers, object, attribute)}, values, count);
+            found != stage.arrays.end() ? found->second : std::vector{valueOf(stage.numbers, object, attribute)},
+            values, count);
   return 0;
 }
 durix_return_code durix_program_events_get(const durix_esg_object* service, durix_esg_object** events,
@@ -314,7 +318,9 @@ durix_return_code durix_program_events_get(const durix_esg_object* service, duri
 durix_return_code durix_esg_object_feeds_get(const durix_esg_object* object, durix_esg_object** feeds,
                                              uint32_t* count) {
   if (const auto code = note("durix_esg_object_feeds_get", name(object)); code != 0) return code;
-  giveArray("durix_esg_object_feeds_get", std::vector<durix_esg_object>{}, feeds, count);
+  const auto found = Stage::current()->feeds.find(object->id);
+  giveArray("durix_esg_object_feeds_get",
+            found != Stage::current()->feeds.end() ? found->second : std::vector<durix_esg_object>{}, feeds, count);
   return 0;
 }
 durix_return_code durix_feed_open(const durix_esg_object* feed, uint32_t /*flags*/) {

@@ -33,7 +33,11 @@ Stage::Stage() {
   onStage = this;
   files["/lib/scan_conf.txt"] = "lang:eng\nlang:deu\n";
   host::setClock([this] { return time; });
-  host::setLogSink([this](const host::LogLine& line) { note(line.level + " " + line.message); });
+  host::setLogSink([this](const host::LogLine& line) {
+    note(line.level + " " + line.message);
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _origins[line.message] = line.category + " " + line.file;
+  });
 }
 
 Stage::~Stage() {
@@ -100,6 +104,11 @@ Lines Stage::take() {
 Lines Stage::takeOfOtherThreads() {
   const std::lock_guard<std::mutex> lock(_mutex);
   return std::exchange(_others, {});
+}
+
+std::string Stage::originOf(const std::string& message) {
+  const std::lock_guard<std::mutex> lock(_mutex);
+  return _origins[message];
 }
 
 void Stage::note(const std::string& line) {

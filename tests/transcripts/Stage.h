@@ -65,6 +65,8 @@ class Stage : public PluginListener {
   /// The lines since the last time.
   Lines take();
   Lines takeOfOtherThreads();
+  /// The category and the source path of the last log line with this message.
+  std::string originOf(const std::string& message);
   void drop() { take(); }
 
   // ---- what the middleware answers; set while no other thread asks ----
@@ -78,6 +80,8 @@ class Stage : public PluginListener {
   std::map<std::uint32_t, std::vector<durix_esg_object>> events;  // by service
   std::map<std::pair<std::uint32_t, durix_attribute>, std::string> texts;
   std::map<std::pair<std::uint32_t, durix_attribute>, int> numbers;
+  std::map<std::pair<std::uint32_t, durix_attribute>, std::vector<int>> arrays;  // else the number alone
+  std::map<std::uint32_t, std::vector<durix_esg_object>> feeds;                  // by service or event
   std::map<std::uint32_t, std::string> properties;
   std::map<std::string, std::string> files;
   std::string library = "/lib";
@@ -96,6 +100,8 @@ class Stage : public PluginListener {
   void allocated() { ++_liveAllocations; }
   void released() { --_liveAllocations; }
   int calls() const { return _calls; }
+  std::atomic<int> openFiles = 0;
+  std::size_t readSoFar = 0;  // of the file that was opened last
   struct Registration {
     std::uint32_t event;
     durix_event_handler handler;
@@ -125,6 +131,7 @@ class Stage : public PluginListener {
   // guarded by _mutex
   Lines _lines;
   Lines _others;
+  std::map<std::string, std::string> _origins;  // by message
 };
 
 /// One line below the other, so that a difference is shown as such.
