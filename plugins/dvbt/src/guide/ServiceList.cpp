@@ -140,9 +140,9 @@ void ServiceList::add(const durix_esg_object& object) {
     service->isProtected();
     service->getName();
     const Lock lock(_containers);
-    _services.push_back(nullptr);
-    _services.back() = service.release();
     _ids.insert(object.id);
+    _services.push_back(service.get());
+    service.release();
   }
 }
 
@@ -220,7 +220,7 @@ std::vector<Service*> ServiceList::getConflicting(const std::vector<Service*>& s
     if (!source) return {};
     if (slots >= 1 && used.insert(*source).second) --slots;
   }
-  if (!selected.empty() && slots < 1) {
+  if (slots < 1) {  // else a receiver is left, as it is with nothing selected
     for (Service* const service : services()) {
       const std::optional<std::int32_t> source = sourceOf(service);
       if (source && !used.contains(*source)) conflicts.push_back(service);
