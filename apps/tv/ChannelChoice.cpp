@@ -44,6 +44,7 @@ std::vector<std::size_t> placesOf(const std::vector<ChannelKey>& channels, Fits 
 
 [[noreturn]] void refuseUnknown(const std::string& text, const std::vector<ChannelKey>& channels) {
   std::vector<std::string> names;
+  names.reserve(channels.size());
   for (const ChannelKey& channel : channels) names.push_back(channel.name);
   const std::vector<std::string> near = nearNames(text, names);
   throw UsageError("there is no channel \"" + text + "\"; " +

@@ -58,7 +58,7 @@ void complete(GlobalOptions& globals, const Words& words) {
   if (words.logLevel.empty()) return;
   const auto level = LOG_LEVELS.find(foldCase(words.logLevel));
   if (level == LOG_LEVELS.end()) {
-    throw UsageError("--log takes \"info\", \"warn\" or \"err\", not \"" + words.logLevel + "\"");
+    throw UsageError(R"(--log takes "info", "warn" or "err", not ")" + words.logLevel + "\"");
   }
   globals.logLevel = level->second;
 }

@@ -57,7 +57,7 @@ Places defaultPlaces() {
 
 std::string prepareDataDirectory(const std::string& directory) {
   if (directory.empty()) throw Failure("there is no data directory: give one with --data DIR or TV_DATA");
-  const std::string path = absolutePath(directory);
+  std::string path = absolutePath(directory);
   const fs::path parent = fs::path(path).parent_path();
   std::error_code error;
   fs::create_directories(parent, error);
@@ -76,7 +76,7 @@ std::string requireLibraryDirectory(const std::string& directory) {
   if (directory.empty()) {
     throw Failure("cannot find the library directory with locations/: give one with --library DIR or TV_LIBRARY");
   }
-  const std::string path = absolutePath(directory);
+  std::string path = absolutePath(directory);
   std::error_code error;
   if (!fs::is_directory(path, error)) {
     throw Failure("the library directory \"" + path + "\" is not there: give one with --library DIR or TV_LIBRARY");

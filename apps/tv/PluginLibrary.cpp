@@ -6,7 +6,7 @@
 
 namespace tv {
 
-PluginLibrary::PluginLibrary(const std::string& file) : _handle(nullptr), _entry(nullptr) {
+PluginLibrary::PluginLibrary(const std::string& file) {
   if (file.empty()) throw Failure("cannot find the plugin libbroadcast_dvbt.so: give it with --plugin FILE");
   // A name without a slash would be looked for among the system's libraries.
   const std::string path = file.find('/') == std::string::npos ? "./" + file : file;

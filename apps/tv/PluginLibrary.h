@@ -25,8 +25,8 @@ class PluginLibrary {
   void* address(const char* name) const;
 
  private:
-  void* _handle;
-  BroadcastPlugin* (*_entry)();
+  void* _handle = nullptr;
+  BroadcastPlugin* (*_entry)() = nullptr;
 };
 
 }  // namespace tv

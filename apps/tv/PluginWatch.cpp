@@ -11,7 +11,8 @@ namespace {
 constexpr milliseconds TURN{50};
 }
 
-void PluginWatch::pluginStateChanged(Plugin* /*plugin*/, PluginState /*before*/, PluginState /*now*/) {
+void PluginWatch::pluginStateChanged(Plugin* /*plugin*/, PluginState /*before*/, PluginState now) {
+  if (now == PLUGIN_ACTIVE) _wasActive = true;
   const std::lock_guard lock(_mutex);
   _changed.notify_all();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -34,12 +35,16 @@ class PluginWatch : public PluginListener {
   /// The last statistics; nothing before any came.
   std::optional<ReceiverStatistics> statistics() const;
 
+  /// Whether the state has been active.
+  bool wasActive() const { return _wasActive; }
+
   /// Waits until `wanted` holds for the state, at most that long; gives the last state. Throws Interrupted.
   PluginState waitFor(const std::function<bool(PluginState)>& wanted, std::chrono::milliseconds limit,
                       const Interrupt& interrupt);
 
  private:
   BroadcastPlugin& _plugin;  // outlives this
+  std::atomic<bool> _wasActive = false;
   mutable std::mutex _mutex;
   std::condition_variable _changed;
   std::optional<ReceiverStatistics> _statistics;  // guarded by _mutex

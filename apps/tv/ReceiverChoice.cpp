@@ -85,6 +85,7 @@ std::string receiverTypeName(ReceiverType type) {
 
 std::vector<std::string> receiverTypeNames() {
   std::vector<std::string> names;
+  names.reserve(TYPES.size());
   for (const TypeName& entry : TYPES) names.emplace_back(entry.name);
   return names;
 }

@@ -1,7 +1,5 @@
 #include "ReceiverRequests.h"
 
-#include <cstring>
-
 #include "Failure.h"
 #include "PluginLibrary.h"
 
@@ -9,15 +7,13 @@ namespace tv {
 namespace {
 
 // ReceiverControl's operations by their exported names.
-constexpr const char* TABLE = "_ZTV15ReceiverControl";
+constexpr const char* MAKE = "_ZN15ReceiverControlC1EPv";
 constexpr const char* SELECT =
     "_ZN15ReceiverControl14selectReceiverE12ReceiverTypeNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES6_";
 constexpr const char* SET_ADDRESS =
     "_ZN15ReceiverControl10setAddressENSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEi";
 constexpr const char* RESET = "_ZN15ReceiverControl24resetReceiversToDefaultsEv";
 constexpr const char* TUNER_TYPE = "_ZN19BroadcastPluginImpl12getTunerTypeB5cxx11Ev";
-
-constexpr std::size_t TABLE_HEAD = 2;  // words before the first entry that an object points at
 
 template <typename Function>
 Function* require(const PluginLibrary& library, const char* name) {
@@ -29,9 +25,7 @@ Function* require(const PluginLibrary& library, const char* name) {
 }  // namespace
 
 ReceiverRequests::ReceiverRequests(const PluginLibrary& library, void* device) : _library(library), _control{} {
-  auto** table = static_cast<void**>(library.address(TABLE));
-  if (table == nullptr) throw Failure("this plugin has no receiver control");
-  _control = {table + TABLE_HEAD, device};
+  require<void(Control*, void*)>(library, MAKE)(&_control, device);
 }
 
 bool ReceiverRequests::select(ReceiverType type, const std::string& first, const std::string& second) {

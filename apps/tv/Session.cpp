@@ -118,6 +118,7 @@ void Session::waitForReceiver(const Interrupt& interrupt) {
 }
 
 Session::ServicesHeld Session::waitForChannels(const Interrupt& interrupt) {
+  goOnWithReceiver();
   waitForReceiver(interrupt);
   const auto end = std::chrono::steady_clock::now() + CHANNELS_LIMIT;
   ServicesHeld held(_services, std::defer_lock);
@@ -140,6 +141,15 @@ Session::ServicesHeld Session::waitForChannels(const Interrupt& interrupt) {
   if (_plugin->getState() == PLUGIN_DISCOVERING) throw Failure("a scan is going on: ask again when it is done");
   throw Failure("the channel list was not loaded within " + std::to_string(CHANNELS_LIMIT.count()) + " seconds; \"" +
                 _setup.data + "/tv.log\" tells more");
+}
+
+void Session::goOnWithReceiver() {
+  if (_plugin->getState() != PLUGIN_INACTIVE || !_watch->wasActive()) return;
+  const auto sources = _sideDoor.sources();
+  if (!sources) return;
+  const bool isBack = std::any_of(sources->begin(), sources->end(),
+                                  [](const auto& source) { return source.inUse && source.isPresent; });
+  if (isBack) _plugin->update();
 }
 
 Session::ServicesAlone Session::waitForServices(const Interrupt& interrupt) {

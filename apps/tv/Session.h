@@ -52,6 +52,9 @@ class Session {
   void waitForReceiver(const Interrupt& interrupt);
   /// Waits until the channel list is loaded, and holds it. Throws as above.
   ServicesHeld waitForChannels(const Interrupt& interrupt);
+  /// A plugin whose receiver went away stays inactive when it is back, and knows its channels still: the host says when
+  /// to go on. To be called now and then while waiting; without the side door it does nothing.
+  void goOnWithReceiver();
   /// Waits until no command uses services. Throws as above.
   ServicesAlone waitForServices(const Interrupt& interrupt);
   /// Waits until the state is active after a scan; false when it does not become so.

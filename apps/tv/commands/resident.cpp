@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -33,15 +34,15 @@ std::string shown(const Json& notice, bool colours) {
 
 /// Prints notices until `end` (seconds since the epoch by the host's clock) or an interrupt.
 int stay(Context& context, std::int64_t end) {
-  NoticeWatch watch(context.session.plugin());
-  bool guideStarted = false;
+  BroadcastPlugin& plugin = context.session.plugin();
+  NoticeWatch watch(plugin);
+  PluginState state = PLUGIN_INACTIVE;
   while (host::now() < end) {
     context.interrupt.check();
     if (!context.output.good()) return EXIT_DONE;  // nobody reads any more
-    if (!guideStarted && context.session.plugin().getState() == PLUGIN_ACTIVE) {
-      guideStarted = true;
-      context.session.plugin().openEsgDataFeeds();
-    }
+    context.session.goOnWithReceiver();
+    const PluginState before = std::exchange(state, plugin.getState());
+    if (state == PLUGIN_ACTIVE && before != PLUGIN_ACTIVE) plugin.openEsgDataFeeds();  // of what was scanned meanwhile
     const std::optional<Json> notice = watch.next(TURN);
     if (!notice) continue;
     if (context.output.json()) {

@@ -46,6 +46,8 @@ bool sendAddress(void* handle, const std::string& address, int port) {
 
 }  // namespace
 
+ReceiverControl::ReceiverControl(void* handle) : _handle(handle) {}
+
 ReceiverControl::~ReceiverControl() = default;
 
 bool ReceiverControl::listSelectedReceivers() {

@@ -9,7 +9,7 @@
 /// Holds no state but the handle, so that any thread may call.
 class ReceiverControl {
  public:
-  explicit ReceiverControl(void* handle) : _handle(handle) {}  // the middleware's device handle, not owned
+  explicit ReceiverControl(void* handle);  // the middleware's device handle, not owned
   ReceiverControl(const ReceiverControl&) = delete;
   ReceiverControl& operator=(const ReceiverControl&) = delete;
   virtual ~ReceiverControl();
