@@ -64,18 +64,15 @@ std::vector<ReceiverSettings> chosenReceivers(Store& store) {
 // The clock of the platform, before anything can have read it.
 void startClock(const std::vector<std::unique_ptr<Broadcast>>& broadcasts) {
   clock::reset();
+  StreamTime first;
   for (const auto& broadcast : broadcasts) {
-    if (broadcast->settings().time != TimeMode::Stream) continue;
-    const auto time = broadcast->firstTime();
-    if (!time) continue;
-    clock::set(*time);
-    return;
+    if (broadcast->settings().time == TimeMode::Stream && !first.told) first.addLater(broadcast->firstTime());
   }
+  if (const auto time = first.best()) clock::set(*time);
 }
 
 std::optional<std::int64_t> firstMomentOf(const std::filesystem::path& file) {
-  const StreamTime time = readStreamTime(file);
-  return time.told ? time.told : time.presentStart;
+  return readStreamTime(file).best();
 }
 
 EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {

@@ -9,6 +9,7 @@
 
 #include "durix/durix.h"
 #include "middleware/receivers/ReceiverSettings.h"
+#include "middleware/receivers/StreamTime.h"
 #include "middleware/stream/ByteSource.h"
 
 namespace durix {
@@ -36,9 +37,9 @@ class Broadcast {
   /// Whether a receiver is there to be tuned at all.
   virtual bool isPresent() const = 0;
 
-  /// Where the clock of time=stream starts, UTC seconds since the epoch: the first time that the first stream with one
-  /// tells, else the earliest start of a present event; nothing when no stream knows.
-  virtual std::optional<std::int64_t> firstTime() const = 0;
+  /// When its streams were on air: what the first stream that tells a time tells first; when none does, the earliest
+  /// start of a present event.
+  virtual StreamTime firstTime() const = 0;
 
   virtual const ReceiverSettings& settings() const = 0;
   virtual std::string source() const = 0;  // as people write it
@@ -53,7 +54,7 @@ class DirectoryBroadcast : public Broadcast {
   bool carries(const durix_scan_frequency& frequency) const override { return fileOf(frequency).has_value(); }
   std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const override;
   bool isPresent() const override;
-  std::optional<std::int64_t> firstTime() const override;
+  StreamTime firstTime() const override;
   const ReceiverSettings& settings() const override { return _settings; }
   std::string source() const override { return "file:" + _settings.directory.string(); }
 

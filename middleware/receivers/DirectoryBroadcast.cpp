@@ -8,7 +8,6 @@
 
 #include "middleware/api/Failure.h"
 #include "middleware/receivers/Broadcast.h"
-#include "middleware/receivers/StreamTime.h"
 
 namespace durix {
 namespace {
@@ -62,14 +61,13 @@ bool DirectoryBroadcast::isPresent() const {
          ::access(_settings.directory.c_str(), R_OK | X_OK) == 0;
 }
 
-std::optional<std::int64_t> DirectoryBroadcast::firstTime() const {
-  std::optional<std::int64_t> earliestEvent;
+StreamTime DirectoryBroadcast::firstTime() const {
+  StreamTime first;
   for (const auto& file : streams()) {
-    const StreamTime time = readStreamTime(file);
-    if (time.told) return time.told;
-    if (time.presentStart) earliestEvent = std::min(*time.presentStart, earliestEvent.value_or(*time.presentStart));
+    first.addLater(readStreamTime(file));
+    if (first.told) break;
   }
-  return earliestEvent;
+  return first;
 }
 
 std::vector<std::filesystem::path> DirectoryBroadcast::streams() const {

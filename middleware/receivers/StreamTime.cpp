@@ -32,12 +32,16 @@ void take(StreamTime& time, std::uint16_t pid, const Section& section) {
   if (pid == TIME_PID && (table == TDT_TABLE || table == TOT_TABLE) && !time.told) {
     if (const auto moment = readTime(section)) time.told = moment->utc;
   } else if (pid == EIT_PID && (table == EIT_PRESENT_ACTUAL || table == EIT_PRESENT_OTHER)) {
-    const auto start = presentStart(section);
-    if (start) time.presentStart = std::min(*start, time.presentStart.value_or(*start));
+    time.addLater({.told = {}, .presentStart = presentStart(section)});
   }
 }
 
 }  // namespace
+
+void StreamTime::addLater(const StreamTime& other) {
+  if (!told) told = other.told;
+  if (other.presentStart) presentStart = std::min(*other.presentStart, presentStart.value_or(*other.presentStart));
+}
 
 StreamTime readStreamTime(const std::filesystem::path& file) {
   StreamTime time;

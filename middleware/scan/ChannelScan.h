@@ -57,7 +57,7 @@ class ChannelScan {
   Store& _store;
   TimeShifts& _shifts;
 
-  // guarded by _mutex, a leaf
+  // guarded by _mutex, under which events are posted and nothing else is taken
   mutable std::mutex _mutex;
   bool _isRunning = false;
   bool _isStopped = false;

@@ -207,9 +207,16 @@ TEST(Contract, StartsTheClockOfAStreamBeforeUpdates) {
     return static_cast<double>(seconds);
   };
   const auto source = "dvb-t=file:" + middleware.airDirectory().string();
-  ASSERT_EQ(middleware.start(source + ",time=stream"), DURIX_OK);
-  EXPECT_NEAR(now(), double{ON_AIR}, 30);
-  ASSERT_EQ(middleware.stop(), DURIX_OK);
+  const TemporaryDirectory other;  // whose streams tell no time, but a later event
+  multiplex.time.reset();
+  multiplex.event = ON_AIR + 86'400;
+  write(other / "474000000.ts", multiplex.bytes());
+  for (const auto& receivers :
+       {source + ",time=stream", "dvb-t=file:" + other.path().string() + ",time=stream " + source + ",time=stream"}) {
+    ASSERT_EQ(middleware.start(receivers), DURIX_OK);
+    EXPECT_NEAR(now(), double{ON_AIR}, 30) << receivers;
+    ASSERT_EQ(middleware.stop(), DURIX_OK);
+  }
   ASSERT_EQ(middleware.start(source), DURIX_OK);
   EXPECT_NEAR(now(), static_cast<double>(std::time(nullptr)), 30);
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <set>
 
 #include "Support.h"
 #include "middleware/api/Failure.h"
@@ -130,9 +131,15 @@ TEST(Store, BringsAnOlderDatabaseUpToDate) {
     return Database(file, Database::Mode::Existing).integer("SELECT count(*) FROM sqlite_schema");
   };
   const auto all = tables();
+  const std::set<std::string> first{"property", "selection", "provider", "multiplex", "service", "feed"};
   {
     Database database(file, Database::Mode::Existing);
-    database.execute("DROP TABLE time_shift; PRAGMA user_version = 1");
+    std::string later;
+    Statement names(database, "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite_%'");
+    while (names.step()) {
+      if (!first.contains(names.text(0))) later += "DROP TABLE " + names.text(0) + ";";
+    }
+    database.execute(later + "PRAGMA user_version = 1");
   }
   ASSERT_LT(tables(), all);
   ASSERT_EQ(middleware.start(), DURIX_OK) << startFailure();
