@@ -10,7 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// How far the schedule goes.
-constexpr std::chrono::hours SCHEDULE{8};
+constexpr std::chrono::hours SCHEDULE{24 * 7};
 
 /// The moment at a time of the stream.
 Moment momentAt(Moment start, Ticks now) {

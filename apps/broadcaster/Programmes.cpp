@@ -65,7 +65,8 @@ constexpr Programme TURKISH[] = {
 constexpr Programme CZECH[] = {
     {30min, NEWS, 0, "Zprávy", "Přehled dne", ""},
     {45min, LEISURE, 0, "Dřevo a dláto", "Řezbář z Křivoklátu",
-     "Z kusu lípy vznikne za týden betlém. Mistr ukáže, jak se ostří dláto, jak číst léta ve dřevě a čemu se vyhnout."},
+     "Z kusu lípy vznikne za týden betlém. Mistr ukáže, jak se ostří dláto, jak číst léta ve dřevě a čemu se vyhnout.",
+     1s},
     {45min, CHILDREN, 0, "Žížala Žofka", "Pohádka o dešti", ""},
     {90min, FILM, 12, "Účet za světlo", "Hořká komedie", ""},
     {30min, SPORT, 0, "Branky, body", "Výsledky kola", ""},
@@ -76,7 +77,8 @@ constexpr Programme GREEK[] = {
     {60min, ARTS, 0, "Πέτρα και φως", "Αρχιτεκτονική των Κυκλάδων",
      "Ένας κτίστης, μια αρχιτέκτονας και ο άνεμος: πώς χτίστηκαν τα σπίτια που όλοι φωτογραφίζουν και λίγοι "
      "κατοικούν."},
-    {60min, SHOW, 0, "Ποιος ξέρει;", "Παιχνίδι γνώσεων", ""},
+    {45min, SHOW, 0, "Ποιος ξέρει;", "Παιχνίδι γνώσεων", ""},
+    {15min, 0, 0, "", "", ""},
     {90min, FILM, 12, "Το τελευταίο καράβι", "Δραματική ταινία", ""},
 };
 
@@ -115,10 +117,10 @@ std::vector<Event> schedule(std::span<const Programme> programmes, Moment from, 
   auto ordinal = static_cast<std::uint32_t>(today.time_since_epoch().count()) * perDay;
   for (; start < until; ++ordinal) {
     const Programme& programme = programmes[ordinal % programmes.size()];
-    const Moment end = start + programme.length;
     const std::uint32_t id = 1 + ordinal % (8 * perDay);
-    if (end > from) events.push_back({&programme, static_cast<std::uint16_t>(id), ordinal, start});
-    start = end;
+    const Event event{&programme, static_cast<std::uint16_t>(id), ordinal, start};
+    if (event.end() > from && !programme.title.empty()) events.push_back(event);
+    start += programme.length;
   }
   return events;
 }

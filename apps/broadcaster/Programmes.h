@@ -10,14 +10,15 @@
 
 namespace broadcaster {
 
-/// A programme of the sample broadcast; texts in UTF-8.
+/// A programme of the sample broadcast; texts in UTF-8. One without a title is a pause, which the guide leaves out.
 struct Programme {
   std::chrono::minutes length;
   std::uint8_t genre;  // content_nibble_level_1 and _2 (EN 300 468 table 28)
   std::uint8_t age;    // from which it is suitable, 4 to 18; 0: for everybody
   std::string_view title;
-  std::string_view text;     // short
-  std::string_view details;  // long, may be empty
+  std::string_view text;           // short
+  std::string_view details;        // long, may be empty
+  std::chrono::seconds excess{0};  // how far it is announced to run into the next one
 };
 
 /// A programme at its time.
@@ -26,6 +27,9 @@ struct Event {
   std::uint16_t id = 0;       // unique within the service for eight days
   std::uint32_t ordinal = 0;  // of all events of the service since the epoch
   Moment start;               // UTC
+
+  std::chrono::seconds length() const { return programme->length + programme->excess; }
+  Moment end() const { return start + length(); }
 };
 
 /// What is on from the event that runs at `from` up to the last one that starts before `until`. The programmes follow

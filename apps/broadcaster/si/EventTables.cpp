@@ -26,7 +26,7 @@ Bytes eventBytes(const Service& service, const Event& event, std::string_view co
   ByteWriter writer;
   writer.u16(event.id);
   writeUtc(writer, event.start);
-  writeDuration(writer, event.programme->length);
+  writeDuration(writer, event.length());
   writer.sized12(status << 1 | (service.isProtected ? 1 : 0), [&] {
     descriptor::shortEvent(writer, service, *event.programme);
     descriptor::extendedEvent(writer, service, *event.programme);
@@ -64,14 +64,19 @@ std::vector<Bytes> presentAndFollowing(const Network& network, const Multiplex& 
                                        const Multiplex& own, Moment now) {
   const std::vector<Event> events = schedule(service.programmes, now, now + hours(12));
   if (events.size() < 2) return {};
+  const std::size_t running = events[0].start <= now ? 1 : 0;  // none in a pause: the first section is empty then
   std::vector<Bytes> sections;
   for (std::uint8_t number = 0; number < 2; ++number) {
     const SectionHeader header{.tableId = static_cast<std::uint8_t>(&multiplex == &own ? 0x4E : 0x4F),
                                .extension = service.id,
-                               .version = static_cast<std::uint8_t>(events[0].ordinal % 32),
+                               .version = static_cast<std::uint8_t>((2 * events[0].ordinal + running) % 32),
                                .number = number,
                                .last = 1};
-    const Bytes event = eventBytes(service, events[number], network.countryCode, number == 0 ? RUNNING : NOT_SAID);
+    Bytes event;
+    if (number == 1 || running == 1) {
+      const Event& told = events[number == 0 ? 0 : running];
+      event = eventBytes(service, told, network.countryCode, number == 0 ? RUNNING : NOT_SAID);
+    }
     sections.push_back(eventSection(network, multiplex, header, 1, header.tableId, event));
   }
   return sections;
