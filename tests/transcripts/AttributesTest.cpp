@@ -14,6 +14,9 @@ namespace {
 class Reader {
  public:
   explicit Reader(Stage& stage) : _stage(stage) {}
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  ~Reader() { EXPECT_EQ(_stage.liveAllocations(), _held) << "what was handed out goes back"; }
 
   void read(ServiceImpl& service) const {
     for (int round = 0; round < 2; ++round) {
@@ -63,6 +66,7 @@ class Reader {
   void tell(const std::string& what, int value) const { tell(what, std::to_string(value)); }
 
   Stage& _stage;
+  const int _held = _stage.liveAllocations();
 };
 
 const std::map<std::string, durix_return_code> EVERY_READ = {
