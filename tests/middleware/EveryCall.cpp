@@ -124,6 +124,7 @@ std::vector<Call> everyCall() {
        [](Things& t, Out&) { return durix_device_execute_request(t.handle, DURIX_REQUEST_LIST_AVAILABLE, nullptr); }},
   };
   std::vector<Call> calls;
+  calls.reserve(rows.size());
   for (const Row& row : rows) {
     calls.push_back({row.name, [make = row.make](Things& things) {
                        Out out;
