@@ -1,5 +1,6 @@
 #include "middleware/api/Instance.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 #include <utility>
@@ -73,6 +74,13 @@ void startClock(const std::vector<std::unique_ptr<Broadcast>>& broadcasts) {
 
 std::optional<std::int64_t> firstMomentOf(const std::filesystem::path& file) {
   return readStreamTime(file).best();
+}
+
+// What is over in a recorded stream with its own times is as new as the rest of it.
+Guide::Keeping keepingOf(const ReceiverPool& receivers) {
+  const auto hasOwnTime = [](const auto& broadcast) { return broadcast->settings().time == TimeMode::Stream; };
+  const auto& all = receivers.broadcasts();
+  return std::any_of(all.begin(), all.end(), hasOwnTime) ? Guide::Keeping::Forever : Guide::Keeping::Day;
 }
 
 EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {
@@ -150,6 +158,9 @@ void Instance::startReceivers() {
   };
   _receivers = std::make_unique<ReceiverPool>(std::move(broadcasts), notice);
   _scan = std::make_unique<ChannelScan>(*_events, *_receivers, _store, _timeShifts);
+  _guide = std::make_unique<Guide>(_store, keepingOf(*_receivers));
+  _guideCollector = std::make_unique<GuideCollector>(
+      GuideCollector::Parts{*_events, *_receivers, _store, _timeShifts, *_guide, _guideFeeds});
 }
 
 Instance::~Instance() {
@@ -158,6 +169,7 @@ Instance::~Instance() {
 
 // In the order of who produces for whom.
 void Instance::shutDown() {
+  if (_guideCollector != nullptr) _guideCollector->stop();
   if (_scan != nullptr) _scan->stop();
   if (_receivers != nullptr) _receivers->stop();
   _events->stop();

@@ -8,6 +8,8 @@
 
 #include "middleware/api/Providers.h"
 #include "middleware/events/EventQueue.h"
+#include "middleware/guide/Guide.h"
+#include "middleware/guide/GuideCollector.h"
 #include "middleware/guide/GuideFeeds.h"
 #include "middleware/receivers/ReceiverPool.h"
 #include "middleware/scan/ChannelScan.h"
@@ -49,7 +51,9 @@ class Instance {
   ReceiverPool& receivers() { return *_receivers; }
   ChannelScan& scan() { return *_scan; }
   Providers& providers() { return _providers; }
+  Guide& guide() { return *_guide; }
   GuideFeeds& guideFeeds() { return _guideFeeds; }
+  GuideCollector& guideCollector() { return *_guideCollector; }
 
  private:
   explicit Instance(const std::filesystem::path& dataDirectory);
@@ -64,6 +68,8 @@ class Instance {
   std::unique_ptr<ChannelScan> _scan;
   Providers _providers;
   GuideFeeds _guideFeeds;
+  std::unique_ptr<Guide> _guide;
+  std::unique_ptr<GuideCollector> _guideCollector;
 };
 
 }  // namespace durix

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "middleware/api/Guard.h"
@@ -116,6 +117,7 @@ durix_return_code durix_property_set(durix_handle* handle, durix_property proper
     const std::string_view text(value);
     if (isReadOnly(property) || text.size() > LONGEST_PROPERTY) throw Failure(Code::InvalidArgument);
     instance->store().setProperty(property, text);
+    if (property == DURIX_PROPERTY_ESG_LANGUAGE) instance->guide().setLanguage(std::string(text));
   });
 }
 

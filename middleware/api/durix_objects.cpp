@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "middleware/api/Attributes.h"
+#include "middleware/api/EventAttributes.h"
 #include "middleware/api/Guard.h"
 #include "middleware/api/Instance.h"
 #include "middleware/portability/Memory.h"
@@ -21,9 +22,13 @@ namespace {
 // Reads one attribute as T; an object that is gone and an attribute of another type are failures.
 template <typename T>
 T attribute(const durix_esg_object* object, durix_attribute number) {
-  const auto catalogue = Instance::current()->store().catalogue();
+  const auto instance = Instance::current();
   need(object);
-  const auto value = durix::attributeOf(*catalogue, *object, number);
+  const auto catalogue = instance->store().catalogue();
+  auto& guide = instance->guide();
+  const auto value = durix::isEvent(*object)
+                         ? durix::eventAttribute(*durix::eventOf(guide, *catalogue, *object), guide.language(), number)
+                         : durix::attributeOf(*catalogue, *object, number);
   if (!std::holds_alternative<T>(value)) throw Failure(Code::WrongAttribute);
   return std::get<T>(value);
 }
@@ -78,26 +83,35 @@ durix_return_code durix_attribute_get_array_int(const durix_esg_object* object, 
   });
 }
 
-// No guide is collected yet.
 durix_return_code durix_program_events_get(const durix_esg_object* service, durix_esg_object** events,
                                            uint32_t* count) {
   return guarded([&]() -> durix_return_code {
-    const auto catalogue = Instance::current()->store().catalogue();
+    const auto instance = Instance::current();
     need(events, count);
-    serviceOf(*catalogue, service);
-    return DURIX_NO_PROGRAMS;
+    const auto catalogue = instance->store().catalogue();
+    const auto id = serviceOf(*catalogue, service).id;
+    const auto records = durix::recordsOf(*instance->guide().read(id), id);
+    if (records.empty()) return DURIX_NO_PROGRAMS;
+    *events = durix::copyForCaller(std::span<const durix_esg_object>(records));
+    *count = static_cast<std::uint32_t>(records.size());
+    return DURIX_OK;
   });
 }
 
 durix_return_code durix_esg_object_feeds_get(const durix_esg_object* object, durix_esg_object** feeds,
                                              uint32_t* count) {
   return guarded([&] {
-    const auto catalogue = Instance::current()->store().catalogue();
-    need(feeds, count);
-    const auto& service = serviceOf(*catalogue, object);
+    const auto instance = Instance::current();
+    need(object, feeds, count);
+    const auto catalogue = instance->store().catalogue();
     std::vector<durix_esg_object> objects;
-    for (const auto& feed : service.feeds) {
-      objects.push_back({static_cast<std::uint32_t>(ObjectKind::Feed), feed.id, service.id});
+    if (durix::isEvent(*object)) {  // which has no feeds beside its service's
+      durix::eventOf(instance->guide(), *catalogue, *object);
+    } else {
+      const auto& service = serviceOf(*catalogue, object);
+      for (const auto& feed : service.feeds) {
+        objects.push_back({static_cast<std::uint32_t>(ObjectKind::Feed), feed.id, service.id});
+      }
     }
     *feeds = durix::copyForCaller(std::span<const durix_esg_object>(objects));
     *count = static_cast<std::uint32_t>(objects.size());

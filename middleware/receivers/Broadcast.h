@@ -34,6 +34,9 @@ class Broadcast {
   /// nothing for what has its own time.
   virtual std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const = 0;
 
+  /// What the stream of a frequency is: another text once it is another stream; empty without a signal.
+  virtual std::string revision(const durix_scan_frequency& frequency) const = 0;
+
   /// Whether a receiver is there to be tuned at all.
   virtual bool isPresent() const = 0;
 
@@ -53,6 +56,7 @@ class DirectoryBroadcast : public Broadcast {
   std::unique_ptr<ByteSource> tune(const durix_scan_frequency& frequency) const override;
   bool carries(const durix_scan_frequency& frequency) const override { return fileOf(frequency).has_value(); }
   std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const override;
+  std::string revision(const durix_scan_frequency& frequency) const override;
   bool isPresent() const override;
   StreamTime firstTime() const override;
   const ReceiverSettings& settings() const override { return _settings; }

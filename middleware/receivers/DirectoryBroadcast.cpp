@@ -44,6 +44,15 @@ std::optional<std::filesystem::path> DirectoryBroadcast::shiftedFile(const durix
   return _settings.time == TimeMode::Now ? fileOf(frequency) : std::nullopt;
 }
 
+std::string DirectoryBroadcast::revision(const durix_scan_frequency& frequency) const {
+  const auto file = fileOf(frequency);
+  if (!file) return {};
+  std::error_code error;
+  const auto size = std::filesystem::file_size(*file, error);
+  const auto modified = std::filesystem::last_write_time(*file, error).time_since_epoch().count();
+  return file->string() + ' ' + std::to_string(size) + ' ' + std::to_string(modified);
+}
+
 std::optional<std::filesystem::path> DirectoryBroadcast::fileOf(const durix_scan_frequency& frequency) const {
   const std::string number = std::to_string(frequency.frequency);
   const std::string letter = polarisationLetter(frequency.polarisation);
@@ -79,6 +88,7 @@ std::vector<std::filesystem::path> DirectoryBroadcast::streams() const {
   }
   std::sort(found.begin(), found.end());
   std::vector<std::filesystem::path> files;
+  files.reserve(found.size());
   for (auto& [frequency, file] : found) files.push_back(std::move(file));
   return files;
 }

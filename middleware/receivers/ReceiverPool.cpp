@@ -31,6 +31,11 @@ std::optional<std::filesystem::path> ReceiverPool::shiftedFile(const durix_scan_
   return carrier == nullptr ? std::nullopt : carrier->shiftedFile(frequency);
 }
 
+std::string ReceiverPool::revision(const durix_scan_frequency& frequency) const {
+  const auto* const carrier = carrierOf(frequency);
+  return carrier == nullptr ? std::string() : carrier->revision(frequency);
+}
+
 const Broadcast* ReceiverPool::carrierOf(const durix_scan_frequency& frequency) const {
   const auto found = std::find_if(_broadcasts.begin(), _broadcasts.end(),
                                   [&](const auto& broadcast) { return broadcast->carries(frequency); });

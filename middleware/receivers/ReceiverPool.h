@@ -35,6 +35,9 @@ class ReceiverPool {
   /// As Broadcast::shiftedFile, of the source that is tuned.
   std::optional<std::filesystem::path> shiftedFile(const durix_scan_frequency& frequency) const;
 
+  /// As Broadcast::revision, of the source that is tuned.
+  std::string revision(const durix_scan_frequency& frequency) const;
+
   /// Ends the watching; no notice comes afterwards.
   void stop();
 

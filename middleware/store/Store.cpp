@@ -11,6 +11,7 @@
 
 #include "middleware/api/Failure.h"
 #include "middleware/store/CatalogueTables.h"
+#include "middleware/store/EventTables.h"
 #include "middleware/store/TimeShifts.h"
 
 namespace durix {
@@ -26,7 +27,8 @@ CREATE TABLE selection(one INTEGER PRIMARY KEY CHECK(one = 1), receiver INTEGER 
 
 // The tables, version by version: a database of version N has the first N entries. What has been in use never changes;
 // more tables and changed ones are a new entry at the end.
-const std::array SCHEMA{std::string(SETTINGS_SCHEMA) + CATALOGUE_SCHEMA, std::string(TIME_SHIFT_SCHEMA)};
+const std::array SCHEMA{std::string(SETTINGS_SCHEMA) + CATALOGUE_SCHEMA, std::string(TIME_SHIFT_SCHEMA),
+                        std::string(EVENT_SCHEMA)};
 constexpr auto SCHEMA_VERSION = static_cast<std::int64_t>(std::tuple_size_v<decltype(SCHEMA)>);
 
 // Brings the tables from a version to the newest, within the caller's transaction.

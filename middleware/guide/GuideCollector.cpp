@@ -1,0 +1,163 @@
+#include "middleware/guide/GuideCollector.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "middleware/api/Failure.h"
+#include "middleware/portability/Log.h"
+#include "middleware/stream/PacketReader.h"
+
+namespace durix {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr std::uint64_t PACKETS_BETWEEN_QUESTIONS = 4096;
+constexpr seconds FLUSH_INTERVAL(1);
+constexpr seconds LONGEST_BURST(5);        // then it is told of in between
+constexpr milliseconds READER_PAUSE(250);  // who reads nothing for so long has ended
+constexpr seconds LONGEST_READER(15);      // somebody is always reading: told of anyway
+constexpr milliseconds BUSY_TURN(50);
+constexpr milliseconds IDLE_TURN(1000);
+constexpr std::chrono::hours FORGETTING(1);
+constexpr seconds CHECK_INTERVAL(30);  // whether a stream is still the one that was read
+
+}  // namespace
+
+GuideCollector::GuideCollector(const Parts& parts)
+    : _parts(parts), _thread([this](const std::stop_token& stop) { run(stop); }) {}
+
+GuideCollector::Progress GuideCollector::progress() const {
+  const std::scoped_lock lock(_mutex);
+  return _progress;
+}
+
+void GuideCollector::stop() {
+  if (!_thread.joinable()) return;
+  _thread.request_stop();
+  _thread.join();
+}
+
+void GuideCollector::run(const std::stop_token& stop) {
+  while (!stop.stop_requested()) {
+    try {
+      turn(stop);
+    } catch (const std::exception& error) {  // the database or memory; the next turn may be luckier
+      logLine(std::string("guide: ") + error.what());
+      _parts.feeds.waitForChange(stop, IDLE_TURN);
+    }
+  }
+}
+
+void GuideCollector::turn(const std::stop_token& stop) {
+  if (!_forgotten || Clock::now() - *_forgotten >= FORGETTING) {
+    _parts.guide.forgetOld();
+    _forgotten = Clock::now();
+    flush();
+  }
+  const auto next = _parts.feeds.isAnyOpen() ? nextMultiplex() : std::nullopt;
+  if (next) {
+    collect(stop, _catalogue->multiplexes.at(*next));
+    tellOfChange(false);
+    return;
+  }
+  tellOfChange(true);
+  {
+    const std::scoped_lock lock(_mutex);
+    _progress.isDone = _parts.feeds.isAnyOpen() && !_changedSince;
+  }
+  _parts.feeds.waitForChange(stop, _changedSince ? BUSY_TURN : IDLE_TURN);
+}
+
+// The first multiplex whose stream is not the one that was read; those with an open feed come first.
+std::optional<std::uint32_t> GuideCollector::nextMultiplex() {
+  auto catalogue = _parts.store.catalogue();
+  if (catalogue != _catalogue) _read.clear();
+  _catalogue = std::move(catalogue);
+  std::vector<std::uint32_t> wanted = _parts.feeds.multiplexes();
+  for (const auto& [id, multiplex] : _catalogue->multiplexes) {
+    if (std::find(wanted.begin(), wanted.end(), id) == wanted.end()) wanted.push_back(id);
+  }
+  std::erase_if(wanted, [this](std::uint32_t id) {
+    const auto known = _catalogue->multiplexes.find(id);
+    return known == _catalogue->multiplexes.end() || known->second.receiver != _parts.receivers.type();
+  });
+  const auto next = std::find_if(wanted.begin(), wanted.end(),
+                                 [this](std::uint32_t id) { return isStale(_catalogue->multiplexes.at(id)); });
+  const std::scoped_lock lock(_mutex);
+  _progress.multiplexes = static_cast<std::uint32_t>(wanted.size());
+  _progress.done = static_cast<std::uint32_t>(_read.size()) - (next != wanted.end() && _read.contains(*next) ? 1 : 0);
+  _progress.isDone = false;
+  return next == wanted.end() ? std::nullopt : std::optional(*next);
+}
+
+bool GuideCollector::isStale(const StoredMultiplex& multiplex) {
+  const auto known = _read.find(multiplex.id);
+  if (known == _read.end()) return true;
+  if (Clock::now() - known->second.checked < CHECK_INTERVAL) return false;
+  known->second.checked = Clock::now();
+  return known->second.revision != _parts.receivers.revision(multiplex.tuning) ||
+         known->second.shift != shiftOf(multiplex);
+}
+
+std::int64_t GuideCollector::shiftOf(const StoredMultiplex& multiplex) const {
+  const auto file = _parts.receivers.shiftedFile(multiplex.tuning);
+  return file ? _parts.timeShifts.of(*file) : 0;
+}
+
+void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex& multiplex) {
+  Read read{.revision = _parts.receivers.revision(multiplex.tuning), .shift = shiftOf(multiplex), .checked = {}};
+  std::unique_ptr<ByteSource> source;
+  if (protocolOf(multiplex.receiver) == Protocol::Dvb) {  // other standards have tables of their own
+    try {
+      source = _parts.receivers.tune(multiplex.tuning);
+    } catch (const Failure& failure) {
+      logLine(std::string("guide: ") + failure.what());
+    }
+  }
+  if (source != nullptr) {
+    const auto file = _parts.receivers.shiftedFile(multiplex.tuning);
+    GuideReception reception(_parts.guide, _catalogue, multiplex.id, read.shift);
+    PacketReader reader(std::move(source));
+    auto flushed = Clock::now();
+    std::uint64_t count = 0;
+    while (const auto packet = reader.next()) {
+      reception.feed(*packet);
+      if (++count % PACKETS_BETWEEN_QUESTIONS != 0) continue;
+      if (!isWanted(stop)) break;
+      if (Clock::now() - flushed < FLUSH_INTERVAL) continue;
+      flush();
+      tellOfChange(false);
+      flushed = Clock::now();
+    }
+    const bool isWhole = isWanted(stop);
+    if (isWhole) reception.finish();
+    flush();
+    if (!isWhole) return;
+    if (file && reception.lastEnd()) _parts.timeShifts.tellLastEnd(*file, *reception.lastEnd());
+    _dropped += reception.dropped();
+  }
+  read.checked = Clock::now();
+  _read[multiplex.id] = std::move(read);
+  const std::scoped_lock lock(_mutex);
+  _progress.done = static_cast<std::uint32_t>(_read.size());
+  _progress.dropped = _dropped + _parts.guide.counts().dropped;
+}
+
+void GuideCollector::flush() {
+  if (_parts.guide.flush() && !_changedSince) _changedSince = Clock::now();
+}
+
+void GuideCollector::tellOfChange(bool isBurstOver) {
+  if (!_changedSince) return;
+  const auto waited = Clock::now() - *_changedSince;
+  const bool isDue = isBurstOver || waited >= LONGEST_BURST;
+  const bool isQuiet = _parts.guide.quiet() >= READER_PAUSE || waited >= LONGEST_READER;
+  if (!isDue || !isQuiet) return;
+  _changedSince.reset();
+  _parts.events.post(EventRecord(DURIX_EVENT_PROGRAM_EVENTS_CHANGED));
+}
+
+}  // namespace durix
