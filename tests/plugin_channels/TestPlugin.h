@@ -15,6 +15,7 @@ class TestPlugin final : public BroadcastPlugin, public ServiceListHost {
   int receivers = 1;
   ServiceList list{*this, _channelList, *this};
 
+  std::string getDurixProperty(durix_property /*number*/) override { return {}; }
   BroadcastProvider* activeInProviders() override { return &provider; }
   bool hasProviders() override { return true; }
   int receiverCount() override { return receivers; }

@@ -33,8 +33,7 @@
 class BroadcastPluginImpl : public BroadcastPlugin,
                             public PluginListener,
                             public TimerListener,
-                            public PropertyListener,
-                            public ServiceHost {
+                            public PropertyListener {
  public:
   /// The plugin, made at the first call. For `vm_init` and the host; takes no lock.
   static BroadcastPluginImpl* getInstance();
@@ -66,7 +65,7 @@ class BroadcastPluginImpl : public BroadcastPlugin,
 
   // ---- properties ----
   void setDurixProperty(const std::string& name, const std::string& value);
-  std::string getDurixProperty(durix_property number) override;
+  std::string getDurixProperty(durix_property number);
   void setRecordingsPath(const char* path) override;
 
   // ---- providers ----

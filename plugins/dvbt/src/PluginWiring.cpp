@@ -27,6 +27,10 @@ void PluginWiring::notifyProgramUpdate(Service* service, std::vector<Program*>* 
   _plugin.notifyProgramUpdate(&_plugin, service, programs);
 }
 
+std::string PluginWiring::getDurixProperty(durix_property number) {
+  return _plugin.getDurixProperty(number);
+}
+
 void PluginWiring::flush() {
   _plugin.flush();
 }
@@ -98,9 +102,6 @@ bool PluginWiring::hasRecorder() {
 }
 void PluginWiring::setDurixProperty(const std::string& name, const std::string& value) {
   _plugin.setDurixProperty(name, value);
-}
-std::string PluginWiring::getDurixProperty(durix_property number) {
-  return _plugin.getDurixProperty(number);
 }
 void PluginWiring::selectLocation(BCLocation* location) {
   _plugin._scan.setCurrentScanConfiguration(location);

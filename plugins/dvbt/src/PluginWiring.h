@@ -40,6 +40,7 @@ class PluginWiring final : public PropertyHost,
   void setUpdaterEnabled(bool enabled) override;
   bool isRecordingsActive() override;
   void notifyProgramUpdate(Service* service, std::vector<Program*>* programs) override;
+  std::string getDurixProperty(durix_property number) override;
 
   // PropertyHost
   void flush() override;
@@ -71,7 +72,6 @@ class PluginWiring final : public PropertyHost,
   // SettingsHost
   bool hasRecorder() override;
   void setDurixProperty(const std::string& name, const std::string& value) override;
-  std::string getDurixProperty(durix_property number) override;
   void selectLocation(BCLocation* location) override;
   void enableSubtitles(bool enabled) override;
   void changeAudioLanguage(const std::string& language) override;

@@ -26,7 +26,8 @@ constexpr int LOGO = 0;  // the only type of resource that a service has
 
 }  // namespace
 
-ServiceImpl::ServiceImpl(durix_esg_object object, Plugin* plugin) : Service(object.id, plugin), _object(object) {
+ServiceImpl::ServiceImpl(durix_esg_object object, Plugin* plugin, ServiceHost* host)
+    : Service(object.id, plugin), _object(object), _host(host) {
   reset();
 }
 
@@ -108,8 +109,7 @@ AvContent::StreamType ServiceImpl::getStreamType() {
 }
 
 std::string ServiceImpl::getProtocolType() {
-  auto* const host = dynamic_cast<ServiceHost*>(getPlugin());
-  return host == nullptr ? std::string() : host->getDurixProperty(DURIX_PROPERTY_PROTOCOL_TYPE);
+  return _host == nullptr ? std::string() : _host->getDurixProperty(DURIX_PROPERTY_PROTOCOL_TYPE);
 }
 
 bool ServiceImpl::isProtected() {

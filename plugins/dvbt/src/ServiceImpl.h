@@ -24,7 +24,8 @@ class ServiceHost {
 /// The programme mutex comes after the service list's and the notifier's.
 class ServiceImpl : public Service {
  public:
-  ServiceImpl(durix_esg_object object, Plugin* plugin);
+  /// `host` may be null; it then has no protocol type.
+  ServiceImpl(durix_esg_object object, Plugin* plugin, ServiceHost* host = nullptr);
   ~ServiceImpl() override;
 
   bool hasResource(int type) override;
@@ -73,6 +74,7 @@ class ServiceImpl : public Service {
   ProgramImpl* findCurrent() BC_REQUIRES(_programMutex);
 
   const durix_esg_object _object;
+  ServiceHost* const _host;   // outlives this; may be null
   std::atomic<int> _quality;  // -1 until read
   std::atomic<bool> _newData = false;
 

@@ -135,7 +135,7 @@ void ServiceList::add(const durix_esg_object& object) {
       BC_INFO(LOG, "durix_services_get() type = %u skipping", static_cast<unsigned>(type));
       continue;
     }
-    auto service = std::make_unique<ServiceImpl>(object, &_plugin);
+    auto service = std::make_unique<ServiceImpl>(object, &_plugin, &_host);
     service->getChannelNumber();  // these three are read once at first sight; number and name stay with the service
     service->isProtected();
     service->getName();

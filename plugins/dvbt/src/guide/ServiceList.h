@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "ServiceImpl.h"
 #include "durix/durix.h"
 #include "guide/ServiceOrderFile.h"
 #include "support/Lock.h"
@@ -15,10 +16,9 @@
 #include "velmora/BroadcastPlugin.h"
 
 class BroadcastProvider;
-class ServiceImpl;
 
-/// What the service list asks of the plugin.
-class ServiceListHost {
+/// What the service list and its services ask of the plugin.
+class ServiceListHost : public ServiceHost {
  public:
   virtual BroadcastProvider* activeInProviders() = 0;  // the active provider if the provider list knows it; else null
   virtual bool hasProviders() = 0;
