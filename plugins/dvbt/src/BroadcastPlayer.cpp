@@ -40,7 +40,7 @@ struct BroadcastPlayer::Registry {
 };
 
 BroadcastPlayer::Registry& BroadcastPlayer::registry() {
-  static Registry* const shared = new Registry;
+  static auto* const shared = new Registry;
   return *shared;
 }
 
@@ -76,7 +76,7 @@ class BroadcastPlayer::PlayerOptionListener : public OptionListener {
 BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, void* window, PlayerListener* listener,
                                  bool subtitlesEnabled, bool secondary)
     : _window(window), _listener(listener), _secondary(secondary), _subtitlesEnabled(subtitlesEnabled) {
-  if (content == nullptr && _content == nullptr) {
+  if (content == nullptr) {
     BC_ERR(LOG, "BroadcastPlayer Failed, no content provided");
     return;
   }
@@ -98,7 +98,7 @@ BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, vo
       BC_ERR(LOG, "Secondary player durix_player_volume_set(0) Failed");
     }
   } else {
-    setMute(shared_volume::hostMute());
+    BroadcastPlayer::setMute(shared_volume::hostMute());
     shared_volume::setVolume(shared_volume::hostVolume());
     _volume = shared_volume::volume();
   }
@@ -123,7 +123,7 @@ void BroadcastPlayer::listenToParentalControl() {
 }
 
 BroadcastPlayer::~BroadcastPlayer() {
-  stop();
+  BroadcastPlayer::stop();
   for (Option* const option : _parentalOptions) option->removeOptionListener(_optionListener);
   delete _optionListener;
   {

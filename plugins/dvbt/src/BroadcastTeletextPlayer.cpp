@@ -35,7 +35,7 @@ struct BroadcastTeletextPlayer::Registry {
 };
 
 BroadcastTeletextPlayer::Registry& BroadcastTeletextPlayer::registry() {
-  static Registry* const shared = new Registry;
+  static auto* const shared = new Registry;
   return *shared;
 }
 
@@ -46,7 +46,7 @@ durix_render_data BroadcastTeletextPlayer::renderData(void* window) {
 BroadcastTeletextPlayer::BroadcastTeletextPlayer(BroadcastPlugin* plugin, AvContent* content, void* window,
                                                  PlayerListener* listener)
     : _window(window) {
-  if (content == nullptr && _content == nullptr) {
+  if (content == nullptr) {
     BC_ERR(LOG, "BroadcastTeletextPlayer Failed, no content provided");
     return;
   }
@@ -71,7 +71,7 @@ BroadcastTeletextPlayer::BroadcastTeletextPlayer(BroadcastPlugin* plugin, AvCont
 }
 
 BroadcastTeletextPlayer::~BroadcastTeletextPlayer() {
-  stop();
+  BroadcastTeletextPlayer::stop();
   {
     const Lock lock(registry()._lives);
     registry().living.erase(this);
