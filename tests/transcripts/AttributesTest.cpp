@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 
+#include "BroadcastPluginImpl.h"
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
 #include "Stage.h"
@@ -69,6 +70,14 @@ class Reader {
   const int _held = _stage.liveAllocations();
 };
 
+/// Stands where the plugin's own wiring does for the services of its list.
+class Wired final : public ServiceHost {
+ public:
+  std::string getDurixProperty(durix_property number) override {
+    return BroadcastPluginImpl::peekInstance()->getDurixProperty(number);
+  }
+};
+
 const std::map<std::string, durix_return_code> EVERY_READ = {
     {"durix_attribute_get_str", 4},       {"durix_attribute_get_int", 4},    {"durix_attribute_get_bool", 4},
     {"durix_attribute_get_array_int", 4}, {"durix_esg_object_feeds_get", 4}, {"durix_property_get", 4}};
@@ -99,7 +108,8 @@ TEST(Attributes, OfServicesAreReadAndKept) {
   stage.properties[DURIX_PROPERTY_PROTOCOL_TYPE] = "DVB";
   stage.feeds[50] = {{3, 501, 0}, {3, 500, 0}};
   stage.texts[{501, DURIX_ATTRIBUTE_URI}] = "dvb://1";
-  ServiceImpl service({1, 50, 0}, plugin);
+  Wired host;
+  ServiceImpl service({1, 50, 0}, plugin, &host);
   Reader(stage).read(service);
   EXPECT_EQ(asText(stage.take()), expected("service_read"));
 }
@@ -108,7 +118,8 @@ TEST(Attributes, OfServicesThatAreRefusedAreNeutral) {
   Stage stage;
   auto* const plugin = stage.startedPlugin();
   stage.failing = EVERY_READ;
-  ServiceImpl service({1, 50, 0}, plugin);
+  Wired host;
+  ServiceImpl service({1, 50, 0}, plugin, &host);
   Reader(stage).read(service);
   EXPECT_EQ(asText(stage.take()), expected("service_refused"));
 }

@@ -142,7 +142,7 @@ void ServiceList::add(const durix_esg_object& object) {
     const Lock lock(_containers);
     _ids.insert(object.id);
     _services.push_back(service.get());
-    service.release();
+    static_cast<void>(service.release());  // the list's from here on
   }
 }
 
