@@ -5,15 +5,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/HostClock.h"
-#include "host/HostLog.h"
 #include "velmora/Velmora.h"
 
 extern "C" BroadcastPlugin* vm_init();
 
 namespace {
-
-Stage* onStage = nullptr;
 
 std::string join(const Lines& lines) {
   std::string joined;
@@ -23,33 +19,13 @@ std::string join(const Lines& lines) {
 
 }  // namespace
 
-std::uint32_t Event::id() const {
-  std::uint32_t id = 0;
-  std::memcpy(&id, _bytes.data(), sizeof id);
-  return id;
-}
-
 Stage::Stage() {
-  onStage = this;
   files["/lib/scan_conf.txt"] = "lang:eng\nlang:deu\n";
-  host::setClock([this] { return time; });
-  host::setLogSink([this](const host::LogLine& line) {
-    note(line.level + " " + line.message);
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _origins[line.message] = line.category + " " + line.file;
-  });
 }
 
 Stage::~Stage() {
   close();
-  host::setLogSink(nullptr);
-  host::setClock(nullptr);
-  onStage = nullptr;
   if (library != "/lib") std::filesystem::remove_all(library);
-}
-
-Stage* Stage::current() {
-  return onStage;
 }
 
 BroadcastPlugin* Stage::plugin() {
@@ -72,60 +48,6 @@ void Stage::close() {
   _plugin = nullptr;
 }
 
-void Stage::deliver(Event event) {
-  const std::vector<Registration> told = registrations;
-  for (const Registration& registration : told) {
-    if (registration.event == event.id()) registration.handler(event.data(), registration.user);
-  }
-}
-
-void Stage::receiverOn(std::uint32_t protocol, std::uint32_t type) {
-  deliver(Event(DURIX_EVENT_RECEIVER_ON)
-              .put(DURIX_OFFSET_RECEIVER_ON_PROTOCOL, protocol)
-              .put(DURIX_OFFSET_RECEIVER_ON_TYPE, type));
-}
-
-void Stage::scanFinished(const Lines& names) {
-  Event event(DURIX_EVENT_DISCOVER_FINISHED);
-  event.put(DURIX_OFFSET_DISCOVER_SERVICE_COUNT, static_cast<std::uint32_t>(names.size()));
-  std::size_t offset = DURIX_OFFSET_DISCOVER_SERVICE_NAMES;
-  for (const std::string& name : names) {
-    event.text(offset, name);
-    offset += DURIX_DISCOVER_NAME_SIZE;
-  }
-  deliver(event);
-}
-
-Lines Stage::take() {
-  const std::lock_guard<std::mutex> lock(_mutex);
-  return std::exchange(_lines, {});
-}
-
-Lines Stage::takeOfOtherThreads() {
-  const std::lock_guard<std::mutex> lock(_mutex);
-  return std::exchange(_others, {});
-}
-
-std::string Stage::originOf(const std::string& message) {
-  const std::lock_guard<std::mutex> lock(_mutex);
-  return _origins[message];
-}
-
-void Stage::note(const std::string& line) {
-  const std::lock_guard<std::mutex> lock(_mutex);
-  (std::this_thread::get_id() == _ownThread ? _lines : _others).push_back(line);
-}
-
-durix_return_code Stage::call(const std::string& name, const std::string& arguments) {
-  const std::string line = name + "(" + arguments + ")";
-  note(line);
-  if (const auto work = during.find(name); work != during.end()) work->second();
-  if (++_calls == failNth) return 1;
-  auto found = failing.find(line);
-  if (found == failing.end()) found = failing.find(name);
-  return found == failing.end() ? 0 : found->second;
-}
-
 void Stage::addLocations(const std::string& fileName, const std::string& xml) {
   if (library == "/lib") {
     std::string directory = std::filesystem::temp_directory_path() / "transcripts-XXXXXX";
@@ -144,17 +66,6 @@ void Stage::addLocations(const std::string& fileName, const std::string& xml) {
 void Stage::tell(const std::string& notice) {
   note(notice);
   if (onNotice) onNotice();
-}
-
-void Stage::addProvider(std::uint32_t identity, std::uint32_t protocol, std::uint32_t type) {
-  providers.push_back({protocol, type, identity, "Network", {0, 0}});
-}
-
-void Stage::addService(std::uint32_t id, const std::string& name, int type, int number) {
-  services.push_back({1, id, 0});
-  texts[{id, DURIX_ATTRIBUTE_NAME}] = name;
-  numbers[{id, DURIX_ATTRIBUTE_STREAM_TYPES}] = type;
-  numbers[{id, DURIX_ATTRIBUTE_CHANNEL_NUMBER}] = number;
 }
 
 void Stage::notifyDiscover(Plugin* /*plugin*/, bool finished, bool success, unsigned progress, unsigned frequency,
