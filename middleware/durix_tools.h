@@ -86,6 +86,21 @@ durix_return_code durix_tools_scan_report(durix_tools_frequency_handler handler,
  */
 durix_return_code durix_tools_hidden_services(uint32_t* protected_services, uint32_t* radio_services);
 
+/* ---- Guide ---- */
+
+typedef struct durix_tools_guide_state {
+  uint32_t open;        /* multiplexes with an open guide feed; without any nothing is collected */
+  uint32_t multiplexes; /* to be received: those, then all others of the receiver */
+  uint32_t received;    /* of them: to the end, or there was nothing */
+  uint8_t gone_round;   /* 1: nothing is left to be received, and every change was told of */
+  uint32_t unread;      /* services of the active provider that have changed since their programmes were last listed */
+  uint64_t events;      /* that were told in this run, each time that they were told anew */
+  uint64_t dropped;     /* of all told: without a known service, a sensible moment or a text */
+} durix_tools_guide_state;
+
+/* How far the collecting of the guide is. Fails when no instance runs. */
+durix_return_code durix_tools_guide(durix_tools_guide_state* state);
+
 /* ---- Receivers ---- */
 
 typedef struct durix_tools_receiver {

@@ -1,5 +1,6 @@
 #include "GuideWait.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "Text.h"
@@ -10,26 +11,45 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 namespace {
-constexpr milliseconds TURN{100};
-constexpr milliseconds QUIET{1500};
-constexpr milliseconds LIMIT{30000};
+constexpr milliseconds TURN{50};
+constexpr milliseconds PAUSE{200};   // no news for so long: the plugin has taken what it was told of
+constexpr milliseconds QUIET{1500};  // no news for so long: nothing more is to come, as far as one can tell
+constexpr milliseconds LIMIT{90000};
 constexpr unsigned WHOLE = 100;
+
+// Whether everything is in, when nothing new has come for a time.
+bool isIn(const std::optional<SideDoor::Guide>& guide, steady_clock::duration quiet) {
+  if (!guide) return quiet >= QUIET;
+  if (!guide->isOpen) return quiet >= PAUSE;  // nothing is collected: what is stored is all
+  if (!guide->goneRound) return false;
+  return quiet >= (guide->unread == 0 ? PAUSE : QUIET);
+}
+
+unsigned percentOf(const std::optional<SideDoor::Guide>& guide, steady_clock::duration spent) {
+  if (guide && guide->multiplexes > 0) return guide->received * WHOLE / guide->multiplexes;
+  return static_cast<unsigned>(std::chrono::duration_cast<milliseconds>(spent) * WHOLE / LIMIT);
+}
 }  // namespace
 
-void waitForGuide(BroadcastPlugin& plugin, Output& output, const Interrupt& interrupt) {
+void waitForGuide(Session& session, Output& output, const Interrupt& interrupt) {
+  BroadcastPlugin& plugin = session.plugin();
   plugin.openEsgDataFeeds();
   const auto start = steady_clock::now();
   auto changed = start;
+  unsigned percent = 0;
   std::size_t count = plugin.getPrograms().size();
-  while (steady_clock::now() - changed < QUIET && steady_clock::now() - start < LIMIT) {
+  for (;;) {
     interrupt.waitFor(TURN);
     interrupt.check();
-    const std::size_t now = plugin.getPrograms().size();
-    if (now == count) continue;
-    count = now;
-    changed = steady_clock::now();
-    const auto spent = std::chrono::duration_cast<milliseconds>(changed - start);
-    output.progress(static_cast<unsigned>(spent.count() * WHOLE / LIMIT.count()), counted(count, "programme"));
+    const auto guide = session.sideDoor().guide();
+    const std::size_t number = plugin.getPrograms().size();
+    const auto now = steady_clock::now();
+    const unsigned reached = std::max(percent, percentOf(guide, now - start));
+    if (number != count) changed = now;
+    if (number != count || reached != percent) output.progress(reached, counted(number, "programme"));
+    count = number;
+    percent = reached;
+    if (isIn(guide, now - changed) || now - start >= LIMIT) break;
   }
   output.endProgress();
 }

@@ -70,6 +70,7 @@ SideDoor::SideDoor(const PluginLibrary& library) {
   _receivers = library.find<durix_return_code(durix_tools_receiver_handler, void*)>("durix_tools_receivers");
   _deviceText = library.find<std::uint32_t(const durix_device*, char*, std::uint32_t)>("durix_tools_device_text");
   _hidden = library.find<durix_return_code(std::uint32_t*, std::uint32_t*)>("durix_tools_hidden_services");
+  _guide = library.find<durix_return_code(durix_tools_guide_state*)>("durix_tools_guide");
 }
 
 std::optional<std::string> SideDoor::startFailure() const {
@@ -100,6 +101,12 @@ std::optional<SideDoor::Hidden> SideDoor::hidden() const {
   Hidden hidden;
   if (_hidden == nullptr || _hidden(&hidden.isProtected, &hidden.radio) != DURIX_OK) return std::nullopt;
   return hidden;
+}
+
+std::optional<SideDoor::Guide> SideDoor::guide() const {
+  durix_tools_guide_state state{};
+  if (_guide == nullptr || _guide(&state) != DURIX_OK) return std::nullopt;
+  return Guide{state.open > 0, state.gone_round != 0, state.multiplexes, state.received, state.unread};
 }
 
 }  // namespace tv

@@ -51,12 +51,23 @@ class SideDoor {
   };
   std::optional<Hidden> hidden() const;
 
+  /// How far the collecting of the guide is.
+  struct Guide {
+    bool isOpen = false;     // somebody wants it
+    bool goneRound = false;  // all of it has been received
+    unsigned multiplexes = 0;
+    unsigned received = 0;  // of these
+    unsigned unread = 0;    // channels whose news the plugin has not taken yet
+  };
+  std::optional<Guide> guide() const;
+
  private:
   std::uint32_t (*_startFailure)(char*, std::uint32_t) = nullptr;
   durix_return_code (*_scanReport)(durix_tools_frequency_handler, void*) = nullptr;
   durix_return_code (*_receivers)(durix_tools_receiver_handler, void*) = nullptr;
   std::uint32_t (*_deviceText)(const durix_device*, char*, std::uint32_t) = nullptr;
   durix_return_code (*_hidden)(std::uint32_t*, std::uint32_t*) = nullptr;
+  durix_return_code (*_guide)(durix_tools_guide_state*) = nullptr;
 };
 
 }  // namespace tv

@@ -116,6 +116,29 @@ durix_return_code durix_tools_hidden_services(uint32_t* protected_services, uint
   });
 }
 
+durix_return_code durix_tools_guide(durix_tools_guide_state* state) {
+  return guarded([&] {
+    const auto instance = Instance::current();
+    need(state);
+    const auto progress = instance->guideCollector().progress();
+    const auto active = instance->providers().active();
+    const durix::ServiceFilter filter(instance->store());
+    std::uint32_t unread = 0;
+    const auto catalogue = instance->store().catalogue();
+    for (const auto& [id, service] : catalogue->services) {
+      const bool isListed = service.receiver == active && filter.judge(service) == durix::ServiceFilter::Verdict::Shown;
+      if (isListed && !instance->guide().isRead(id)) ++unread;
+    }
+    *state = {.open = static_cast<std::uint32_t>(instance->guideFeeds().multiplexes().size()),
+              .multiplexes = progress.multiplexes,
+              .received = progress.done,
+              .gone_round = static_cast<std::uint8_t>(progress.isDone),
+              .unread = unread,
+              .events = instance->guide().counts().events,
+              .dropped = progress.dropped};
+  });
+}
+
 durix_return_code durix_tools_receivers(durix_tools_receiver_handler handler, void* user) {
   return guarded([&] {
     const auto instance = Instance::current();

@@ -72,7 +72,7 @@ class ProgrammeTable {
 
 int now(Context& context) {
   const Session::ServicesHeld held = context.session.waitForChannels(context.interrupt);
-  waitForGuide(context.session.plugin(), context.output, context.interrupt);
+  waitForGuide(context.session, context.output, context.interrupt);
   const std::int64_t time = host::now();
   Json list = Json::array();
   Table table({{"No", Column::RIGHT},
@@ -116,7 +116,7 @@ int guide(Context& context, const GuideWish& wish) {
   const Session::ServicesHeld held = context.session.waitForChannels(context.interrupt);
   std::vector<Service*> services = context.session.plugin().getServices();
   if (!wish.channel.empty()) services = {services[chooseChannel(wish.channel, channelKeys(services))]};
-  waitForGuide(context.session.plugin(), context.output, context.interrupt);
+  waitForGuide(context.session, context.output, context.interrupt);
   const std::int64_t time = host::now();
   Json list = Json::array();
   for (Service* service : services) {
@@ -138,7 +138,7 @@ int guide(Context& context, const GuideWish& wish) {
 
 int search(Context& context, const std::vector<std::string>& words) {
   const Session::ServicesHeld held = context.session.waitForChannels(context.interrupt);
-  waitForGuide(context.session.plugin(), context.output, context.interrupt);
+  waitForGuide(context.session, context.output, context.interrupt);
   const std::int64_t time = host::now();
   Json list = Json::array();
   ProgrammeTable table(time, true);
