@@ -6,6 +6,7 @@
 
 #include "middleware/api/Failure.h"
 #include "middleware/portability/Log.h"
+#include "middleware/receivers/ReceptionReport.h"
 #include "middleware/stream/PacketReader.h"
 
 namespace durix {
@@ -109,10 +110,12 @@ std::int64_t GuideCollector::shiftOf(const StoredMultiplex& multiplex) const {
 
 void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex& multiplex) {
   Read read{.revision = _parts.receivers.revision(multiplex.tuning), .shift = shiftOf(multiplex), .checked = {}};
+  ReceptionReport report(_parts.events, multiplex.tuning);
   std::unique_ptr<ByteSource> source;
   if (protocolOf(multiplex.receiver) == Protocol::Dvb) {  // other standards have tables of their own
     try {
       source = _parts.receivers.tune(multiplex.tuning);
+      if (source == nullptr) report.tellNoSignal();
     } catch (const Failure& failure) {
       logLine(std::string("guide: ") + failure.what());
     }
@@ -121,17 +124,26 @@ void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex&
     const auto file = _parts.receivers.shiftedFile(multiplex.tuning);
     GuideReception reception(_parts.guide, _catalogue, multiplex.id, read.shift);
     PacketReader reader(std::move(source));
+    ReceptionMeter meter;
+    const auto tellReception = [&] {
+      Reception soFar = meter.reception();
+      soFar.damagedPackets = reader.statistics().damagedPackets;
+      report.tell(soFar);
+    };
     auto flushed = Clock::now();
     std::uint64_t count = 0;
     while (const auto packet = reader.next()) {
+      meter.feed(*packet);
       reception.feed(*packet);
       if (++count % PACKETS_BETWEEN_QUESTIONS != 0) continue;
+      tellReception();
       if (!isWanted(stop)) break;
       if (Clock::now() - flushed < FLUSH_INTERVAL) continue;
       flush();
       tellOfChange(false);
       flushed = Clock::now();
     }
+    tellReception();
     const bool isWhole = isWanted(stop);
     if (isWhole) reception.finish();
     flush();

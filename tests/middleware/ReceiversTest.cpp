@@ -151,6 +151,17 @@ TEST(Receivers, ComeAndGoWithTheirDirectory) {
   EXPECT_EQ(middleware.log().events().size(), 6U);
 }
 
+TEST(Receivers, TellOfTheirLockWhileAGuideIsReceived) {
+  Middleware middleware;
+  middleware.air("474000000", {.services = {{.id = 1, .name = "One"}}});
+  ASSERT_EQ(middleware.start(), DURIX_OK);
+  ASSERT_TRUE(middleware.scan({474'000'000}));
+  const auto guide = middleware.feeds(middleware.services().at(0)).at(0);
+  ASSERT_EQ(durix_feed_open(&guide, 0), DURIX_OK);
+  EXPECT_TRUE(middleware.log().waitFor(DURIX_EVENT_RECEIVER_LOCK)) << "after the scan's own";
+  EXPECT_TRUE(middleware.log().waitFor(DURIX_EVENT_RECEIVER_STATISTICS));
+}
+
 // What a handler got of the statistics of receivers, one line for each event.
 struct Told {
   std::vector<std::string> lines;
