@@ -101,6 +101,12 @@ typedef struct durix_tools_guide_state {
 /* How far the collecting of the guide is. Fails when no instance runs. */
 durix_return_code durix_tools_guide(durix_tools_guide_state* state);
 
+/*
+ * Whether a programme is in the guide now: 1, or 0 for one that has gone, moved or changed since its record was handed
+ * out, and when no instance runs. For holders who keep programmes longer than the middleware does.
+ */
+uint8_t durix_tools_guide_has(uint32_t service, uint32_t event);
+
 /* ---- Receivers ---- */
 
 typedef struct durix_tools_receiver {

@@ -71,6 +71,7 @@ SideDoor::SideDoor(const PluginLibrary& library) {
   _deviceText = library.find<std::uint32_t(const durix_device*, char*, std::uint32_t)>("durix_tools_device_text");
   _hidden = library.find<durix_return_code(std::uint32_t*, std::uint32_t*)>("durix_tools_hidden_services");
   _guide = library.find<durix_return_code(durix_tools_guide_state*)>("durix_tools_guide");
+  _guideHas = library.find<std::uint8_t(std::uint32_t, std::uint32_t)>("durix_tools_guide_has");
 }
 
 std::optional<std::string> SideDoor::startFailure() const {
@@ -107,6 +108,10 @@ std::optional<SideDoor::Guide> SideDoor::guide() const {
   durix_tools_guide_state state{};
   if (_guide == nullptr || _guide(&state) != DURIX_OK) return std::nullopt;
   return Guide{state.open > 0, state.gone_round != 0, state.multiplexes, state.received, state.unread};
+}
+
+bool SideDoor::isCurrent(unsigned service, unsigned programme) const {
+  return _guideHas == nullptr || _guideHas(service, programme) != 0;
 }
 
 }  // namespace tv

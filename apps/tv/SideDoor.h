@@ -61,6 +61,10 @@ class SideDoor {
   };
   std::optional<Guide> guide() const;
 
+  /// Whether a programme is still what is broadcast: the plugin keeps those that have moved or changed. True with
+  /// another middleware.
+  bool isCurrent(unsigned service, unsigned programme) const;
+
  private:
   std::uint32_t (*_startFailure)(char*, std::uint32_t) = nullptr;
   durix_return_code (*_scanReport)(durix_tools_frequency_handler, void*) = nullptr;
@@ -68,6 +72,7 @@ class SideDoor {
   std::uint32_t (*_deviceText)(const durix_device*, char*, std::uint32_t) = nullptr;
   durix_return_code (*_hidden)(std::uint32_t*, std::uint32_t*) = nullptr;
   durix_return_code (*_guide)(durix_tools_guide_state*) = nullptr;
+  std::uint8_t (*_guideHas)(std::uint32_t, std::uint32_t) = nullptr;
 };
 
 }  // namespace tv

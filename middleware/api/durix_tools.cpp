@@ -139,6 +139,16 @@ durix_return_code durix_tools_guide(durix_tools_guide_state* state) {
   });
 }
 
+uint8_t durix_tools_guide_has(uint32_t service, uint32_t event) {
+  std::uint8_t has = 0;
+  guarded([&] {
+    const auto instance = Instance::current();
+    if (instance->store().catalogue()->service(service) == nullptr) return;
+    has = instance->guide().of(service)->contains(event) ? 1 : 0;
+  });
+  return has;
+}
+
 durix_return_code durix_tools_receivers(durix_tools_receiver_handler handler, void* user) {
   return guarded([&] {
     const auto instance = Instance::current();

@@ -35,4 +35,10 @@ const GuideEvent* ServiceGuide::find(std::uint32_t id) const {
   return place != _byId.end() && place->first == id ? place->second : nullptr;
 }
 
+bool ServiceGuide::contains(std::uint32_t id) const {
+  const auto* const event = find(id);
+  return event != nullptr &&
+         std::none_of(_removed.begin(), _removed.end(), [&](const auto& entry) { return entry.second.get() == event; });
+}
+
 }  // namespace durix

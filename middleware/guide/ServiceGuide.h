@@ -25,6 +25,9 @@ class ServiceGuide {
   /// Null when the service has, and lately had, no programme with this identifier.
   const GuideEvent* find(std::uint32_t id) const;
 
+  /// Whether it has one with this identifier now.
+  bool contains(std::uint32_t id) const;
+
  private:
   using Clock = std::chrono::steady_clock;
 

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "ChannelChoice.h"
 #include "Commands.h"
@@ -70,6 +72,29 @@ class ProgrammeTable {
   Table _table;
 };
 
+/// Whether the plugin has a programme that is no longer broadcast so.
+bool isStale(const Context& context, Program* program) {
+  const Service* service = program->getService();
+  if (service == nullptr) return false;
+  return !context.session.sideDoor().isCurrent(service->getId(), program->getId());
+}
+
+/// The programmes of a channel, by start.
+std::vector<Program*> programmesOf(const Context& context, Service& service) {
+  std::vector<Program*> all = service.getPrograms(true);
+  std::erase_if(all, [&](Program* program) { return isStale(context, program); });
+  return all;
+}
+
+/// The programme on air and the next one; null without.
+std::pair<Program*, Program*> nowAndNext(const std::vector<Program*>& programmes, std::int64_t time) {
+  const auto next = std::find_if(programmes.begin(), programmes.end(),
+                                 [&](Program* program) { return program->getStartTimeT() > time; });
+  Program* current = next == programmes.begin() ? nullptr : *std::prev(next);
+  if (current != nullptr && current->getEndTimeT() <= time) current = nullptr;
+  return {current, next == programmes.end() ? nullptr : *next};
+}
+
 int now(Context& context) {
   const Session::ServicesHeld held = context.session.waitForChannels(context.interrupt);
   waitForGuide(context.session, context.output, context.interrupt);
@@ -82,8 +107,7 @@ int now(Context& context) {
                {"Until"},
                {"Next", Column::LEFT, true}});
   for (Service* service : context.session.plugin().getServices()) {
-    Program* current = service->getCurrentProgram();
-    Program* next = service->getNextProgram();
+    const auto [current, next] = nowAndNext(programmesOf(context, *service), time);
     list.push_back(
         {{"channel", channelKeyJson(*service)}, {"current", programmeJson(current)}, {"next", programmeJson(next)}});
     const int number = service->getChannelNumber();
@@ -102,8 +126,8 @@ int now(Context& context) {
   return EXIT_DONE;
 }
 
-std::vector<Program*> programmes(Service& service, const GuideWish& wish, std::int64_t time) {
-  std::vector<Program*> all = service.getPrograms(true);
+std::vector<Program*> programmes(const Context& context, Service& service, const GuideWish& wish, std::int64_t time) {
+  std::vector<Program*> all = programmesOf(context, service);
   if (wish.hours) {
     const std::int64_t end = time + std::int64_t{*wish.hours} * SECONDS_IN_HOUR;
     std::erase_if(all,
@@ -122,7 +146,7 @@ int guide(Context& context, const GuideWish& wish) {
   for (Service* service : services) {
     Json shown = Json::array();
     ProgrammeTable table(time, false);
-    for (Program* program : programmes(*service, wish, time)) {
+    for (Program* program : programmes(context, *service, wish, time)) {
       shown.push_back(programmeJson(program));
       table.add(*program);
     }
@@ -143,6 +167,7 @@ int search(Context& context, const std::vector<std::string>& words) {
   Json list = Json::array();
   ProgrammeTable table(time, true);
   for (Program* program : context.session.plugin().search(words)) {
+    if (isStale(context, program)) continue;
     list.push_back(programmeJson(program));
     table.add(*program);
   }
