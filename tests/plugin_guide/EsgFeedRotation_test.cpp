@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "FakeMiddleware.h"
+#include "GuideMiddleware.h"
 #include "tuning/ProviderRegistry.h"
 
 namespace {
@@ -26,7 +26,7 @@ class EsgFeedRotationTest : public testing::Test, public TimerListener, public P
     for (const std::vector<int>& feeds : numbers) {
       const auto id = static_cast<std::uint32_t>(middleware.services.size() + 1);
       middleware.addService(id);
-      middleware.feedNumbers[id] = feeds;
+      middleware.setFeeds(id, feeds);
     }
   }
   Texts open() {
@@ -34,7 +34,7 @@ class EsgFeedRotationTest : public testing::Test, public TimerListener, public P
     return middleware.calls();
   }
   Texts turn() {
-    middleware.setTime(middleware.time() + 30);
+    middleware.setTime(middleware.time + 30);
     return middleware.calls();
   }
 
@@ -51,7 +51,7 @@ class EsgFeedRotationTest : public testing::Test, public TimerListener, public P
     return recording;
   }
 
-  FakeMiddleware middleware;
+  GuideMiddleware middleware;
   bool recording = false;
   std::function<void()> onQuestion;  // the recorder is asked, which takes its lock
   ProviderRegistry providers{*this};
@@ -60,42 +60,44 @@ class EsgFeedRotationTest : public testing::Test, public TimerListener, public P
 
 TEST_F(EsgFeedRotationTest, OpensTheNextMultiplexEveryTurn) {
   setFeeds({{5}, {5}, {7, 9}});
-  EXPECT_EQ(open(), Texts{"open 5"});
-  EXPECT_EQ(turn(), (Texts{"close 5", "open 7"}));
-  EXPECT_EQ(turn(), Texts{"close 7"}) << "nothing new from here on: back to the first service";
-  EXPECT_EQ(turn(), Texts{"open 5"});
-  middleware.setTime(middleware.time() + 29);
+  EXPECT_EQ(open(), Texts{"durix_feed_open(1005)"});
+  EXPECT_EQ(turn(), (Texts{"durix_feeds_close(1005,1)", "durix_feed_open(1007)"}));
+  EXPECT_EQ(turn(), Texts{"durix_feeds_close(1007,1)"}) << "nothing new from here on: back to the first service";
+  EXPECT_EQ(turn(), Texts{"durix_feed_open(1005)"});
+  middleware.setTime(middleware.time + 29);
   EXPECT_EQ(middleware.calls(), Texts{});
   rotation.closeEsgDataFeeds();
-  EXPECT_EQ(middleware.calls(), Texts{"close 5"});
+  EXPECT_EQ(middleware.calls(), Texts{"durix_feeds_close(1005,1)"});
   EXPECT_EQ(turn(), Texts{});
-  EXPECT_EQ(open(), Texts{"open 7"}) << "the number of the last feed outlives the rotation";
+  EXPECT_EQ(open(), Texts{"durix_feed_open(1007)"}) << "the number of the last feed outlives the rotation";
 }
 
 TEST_F(EsgFeedRotationTest, TakesServicesAsTheContractSays) {
   struct Row {
     const char* reason;
     std::vector<std::vector<int>> feeds;
-    std::map<int, durix_return_code> openCode;
+    std::map<std::string, durix_return_code> failing;
     std::vector<Texts> turns;
   };
-  const Row rows[] = {{"a service without a feed holds the rotation", {{}, {6}}, {}, {{}, {}}},
-                      {"also in the middle", {{5}, {}, {6}}, {}, {{"open 5"}, {"close 5"}, {}}},
-                      {"a feed that does not open is passed",
-                       {{5}, {6}},
-                       {{5, 3}},
-                       {{"open 5", "open 6"},
-                        {"close 6"},
-                        {
-                            "open 5",
-                        }}},
-                      {"the number 0 is one as any other", {{0}}, {}, {{"open 0"}, {"close 0"}, {}}},
-                      {"no services", {}, {}, {{}, {}}}};
+  const Row rows[] = {
+      {"a service without a feed holds the rotation", {{}, {6}}, {}, {{}, {}}},
+      {"also in the middle", {{5}, {}, {6}}, {}, {{"durix_feed_open(1005)"}, {"durix_feeds_close(1005,1)"}, {}}},
+      {"a feed that does not open is passed",
+       {{5}, {6}},
+       {{"durix_feed_open(1005)", 3}},
+       {{"durix_feed_open(1005)", "durix_feed_open(1006)"},
+        {"durix_feeds_close(1006,1)"},
+        {
+            "durix_feed_open(1005)",
+        }}},
+      {"the number 0 is one as any other", {{0}}, {}, {{"durix_feed_open(1000)"}, {"durix_feeds_close(1000,1)"}, {}}},
+      {"no services", {}, {}, {{}, {}}}};
   for (const Row& row : rows) {
     EsgFeedRotation own(providers, *this);
     middleware.services.clear();
+    middleware.feeds.clear();
     setFeeds(row.feeds);
-    middleware.openCode = row.openCode;
+    middleware.failing = row.failing;
     own.openEsgDataFeeds();
     for (const Texts& expected : row.turns) {
       EXPECT_EQ(middleware.calls(), expected) << row.reason;
@@ -111,13 +113,13 @@ TEST_F(EsgFeedRotationTest, NeedsAnActiveProviderAndNoRecording) {
   recording = true;
   EXPECT_EQ(open(), Texts{});
   recording = false;
-  EXPECT_EQ(open(), Texts{"open 5"});
-  EXPECT_EQ(middleware.lines(), Texts{"INFO getting services for the provider = Net"});
+  EXPECT_EQ(open(), Texts{"durix_feed_open(1005)"});
+  EXPECT_EQ(middleware.lines(), Texts{"INFO getting services for the provider = Network"});
   recording = true;
-  EXPECT_EQ(turn(), Texts{"close 5"}) << "the receiver is free for the recording";
+  EXPECT_EQ(turn(), Texts{"durix_feeds_close(1005,1)"}) << "the receiver is free for the recording";
   recording = false;
   EXPECT_EQ(turn(), Texts{}) << "it goes on only when it is opened again";
-  EXPECT_EQ(open(), Texts{"open 6"});
+  EXPECT_EQ(open(), Texts{"durix_feed_open(1006)"});
   providers.setActive(nullptr);
   EXPECT_EQ(open(), Texts{});
 }
@@ -127,22 +129,22 @@ TEST_F(EsgFeedRotationTest, LeavesTheReceiverToAPlayerUntilTheNextTurn) {
   open();
   rotation.closeCurrentDataFeed();
   rotation.closeCurrentDataFeed();
-  EXPECT_EQ(middleware.calls(), Texts{"close 5"});
-  EXPECT_EQ(turn(), Texts{"open 6"});
+  EXPECT_EQ(middleware.calls(), Texts{"durix_feeds_close(1005,1)"});
+  EXPECT_EQ(turn(), Texts{"durix_feed_open(1006)"});
 }
 
 TEST_F(EsgFeedRotationTest, RotatesOnceHoweverOftenItIsOpened) {
   setFeeds({{5}, {6}, {7}});
   open();
-  EXPECT_EQ(open(), (Texts{"close 5", "open 6"}));
-  EXPECT_EQ(turn(), (Texts{"close 6", "open 7"}));
+  EXPECT_EQ(open(), (Texts{"durix_feeds_close(1005,1)", "durix_feed_open(1006)"}));
+  EXPECT_EQ(turn(), (Texts{"durix_feeds_close(1006,1)", "durix_feed_open(1007)"}));
 }
 
 TEST_F(EsgFeedRotationTest, TakesBackWhatATurnOpensAfterTheClose) {
   setFeeds({{5}, {6}});
   open();
-  middleware.onFeedOpen = [this] { rotation.closeEsgDataFeeds(); };
-  EXPECT_EQ(turn(), (Texts{"close 5", "open 6", "close 6"}));
+  middleware.during["durix_feed_open"] = [this] { rotation.closeEsgDataFeeds(); };
+  EXPECT_EQ(turn(), (Texts{"durix_feeds_close(1005,1)", "durix_feed_open(1006)", "durix_feeds_close(1006,1)"}));
   EXPECT_EQ(turn(), Texts{});
 }
 
@@ -161,7 +163,7 @@ TEST_F(EsgFeedRotationTest, ClosesWithoutWaitingForATurnThatWaitsForTheRecorder)
   rotation.closeEsgDataFeeds();  // as from a notice of the recorder
   answered.set_value();
   clock.join();
-  EXPECT_EQ(middleware.calls(), Texts{"close 5"});
+  EXPECT_EQ(middleware.calls(), Texts{"durix_feeds_close(1005,1)"});
   EXPECT_EQ(turn(), Texts{});
 }
 

@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-#include "FakeMiddleware.h"
+#include "GuideMiddleware.h"
 #include "ServiceImpl.h"
 #include "guide/ServiceList.h"
 #include "plugin_channels/TestPlugin.h"
@@ -58,7 +58,7 @@ class GuideUpdaterTest : public testing::Test, public GuideUpdaterHost {
     return nullptr;
   }
 
-  FakeMiddleware middleware;
+  GuideMiddleware middleware;
   TestPlugin plugin;
   ServiceList& services = plugin.list;
   bool closing = false;
@@ -73,27 +73,31 @@ TEST_F(GuideUpdaterTest, MakesProgrammesOfNewEventsOnly) {
   middleware.addEvent(1, 12, 2000, 3000);
   middleware.addEvent(1, 11, 1000, 2000);
   load();
-  EXPECT_EQ(pass(), (Texts{"events of 1", "notice 1: 12 11", "changed 1", "recommendations", "events of 2"}));
+  EXPECT_EQ(pass(), (Texts{"durix_program_events_get(1)", "notice 1: 12 11", "changed 1", "recommendations",
+                           "durix_program_events_get(2)"}));
   // The service is sorted and linked before anybody is told.
   auto* const service = dynamic_cast<ServiceImpl*>(services.services().front());
   EXPECT_EQ(idsOf(service->getProgramList()), (std::vector<unsigned>{11, 12}));
   EXPECT_EQ(service->getNextProgram(), updater.getProgram(12));
-  EXPECT_EQ(pass(), (Texts{"events of 1", "events of 2"})) << "known events are left alone";
+  EXPECT_EQ(pass(), (Texts{"durix_program_events_get(1)", "durix_program_events_get(2)"}))
+      << "known events are left alone";
 
   middleware.texts[{11, DURIX_ATTRIBUTE_NAME}] = "changed";
   middleware.addEvent(1, 13, 3000, 4000);
-  EXPECT_EQ(pass(), (Texts{"events of 1", "notice 1: 13", "changed 1", "recommendations", "events of 2"}));
+  EXPECT_EQ(pass(), (Texts{"durix_program_events_get(1)", "notice 1: 13", "changed 1", "recommendations",
+                           "durix_program_events_get(2)"}));
   EXPECT_EQ(updater.getProgram(11)->getTitle(), "P11");
 }
 
 TEST_F(GuideUpdaterTest, GoesOnAfterAServiceThatGivesNoEvents) {
   for (const std::uint32_t id : {1U, 2U, 3U}) middleware.addService(id);
-  middleware.eventsCode = {{1, DURIX_NO_PROGRAMS}, {2, 9}};
+  middleware.failing = {{"durix_program_events_get(2)", 9}};
   middleware.addEvent(2, 21, 0, 9);  // an array that comes with a failure is dropped, and released
   middleware.addEvent(3, 31, 0, 9);
   load();
-  EXPECT_EQ(pass(), (Texts{"events of 1", "events of 2", "debug durix_program_events_get Failed in BroadcastPluginImpl",
-                           "events of 3", "notice 3: 31", "changed 3", "recommendations"}));
+  EXPECT_EQ(pass(), (Texts{"durix_program_events_get(1)", "durix_program_events_get(2)",
+                           "ostiv_log_debug(durix_program_events_get Failed in BroadcastPluginImpl)",
+                           "durix_program_events_get(3)", "notice 3: 31", "changed 3", "recommendations"}));
   EXPECT_EQ(middleware.lines(), (Texts{"WARN durix_program_events_get(serviceId = 1), has no programs",
                                        "ERR durix_program_events_get Failed, return_code = 9",
                                        "INFO ServiceImpl programs sort END, programList.size = 1"}));
@@ -118,14 +122,13 @@ TEST_F(GuideUpdaterTest, StopsAfterTheEventAtHandWhenDisabled) {
   middleware.addService(2);
   for (const std::uint32_t id : {11U, 12U, 13U}) middleware.addEvent(1, id, static_cast<int>(id), 20);
   load();
-  middleware.onText = [this](std::uint32_t object) {
-    if (object == 12) updater.setEnabled(false);
-  };
-  EXPECT_EQ(pass(), Texts{"events of 1"}) << "no notice, and no second service";
+  middleware.during["durix_attribute_get_str(12.22)"] = [this] { updater.setEnabled(false); };
+  EXPECT_EQ(pass(), Texts{"durix_program_events_get(1)"}) << "no notice, and no second service";
   EXPECT_EQ(middleware.lines(), Texts{"ERR ProgramUpdater disabled when running!"});
   EXPECT_EQ(idsOf(updater.getPrograms()), (std::vector<unsigned>{11, 12})) << "what was added stays";
   updater.setEnabled(true);
-  EXPECT_EQ(pass(), (Texts{"events of 1", "notice 1: 13", "changed 1", "recommendations", "events of 2"}));
+  EXPECT_EQ(pass(), (Texts{"durix_program_events_get(1)", "notice 1: 13", "changed 1", "recommendations",
+                           "durix_program_events_get(2)"}));
 }
 
 TEST_F(GuideUpdaterTest, LooksAtNothingOfAServiceOnceAListenerHasStoppedThePass) {
@@ -134,7 +137,7 @@ TEST_F(GuideUpdaterTest, LooksAtNothingOfAServiceOnceAListenerHasStoppedThePass)
   middleware.addEvent(1, 11, 0, 9);
   load();
   onNotice = [this] { updater.stopAndWait(); };
-  EXPECT_EQ(pass(), (Texts{"events of 1", "notice 1: 11", "changed 1"}));
+  EXPECT_EQ(pass(), (Texts{"durix_program_events_get(1)", "notice 1: 11", "changed 1"}));
 }
 
 TEST_F(GuideUpdaterTest, HoldsNoLockWhileTheHostIsTold) {

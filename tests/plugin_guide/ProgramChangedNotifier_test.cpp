@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "FakeMiddleware.h"
+#include "GuideMiddleware.h"
 #include "NotingListener.h"
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
@@ -37,7 +37,7 @@ class ProgramChangedNotifierTest : public testing::Test {
     return middleware.calls();
   }
 
-  FakeMiddleware middleware;
+  GuideMiddleware middleware;
   TestPlugin plugin;
   NotingListener listener{[this](const std::string& text) { middleware.note(text); }};
   ServiceImpl service{{1, 1, 0}, &plugin};

@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "ChannelListOption.h"
-#include "FakeMiddleware.h"
+#include "GuideMiddleware.h"
 #include "core/OptionKeys.h"
 #include "plugin_channels/TestPlugin.h"
 #include "settings/Languages.h"
@@ -50,7 +50,7 @@ class SettingsOptionsTest : public testing::Test, public SettingsHost {
   void enableSubtitles(bool enabled) override { middleware.note(enabled ? "subtitles on" : "subtitles off"); }
   void changeAudioLanguage(const std::string& language) override { middleware.note("audio " + language); }
 
-  FakeMiddleware middleware;
+  GuideMiddleware middleware;
   TestPlugin plugin;
   LocationCatalogue locations;
   bool recorder = true;

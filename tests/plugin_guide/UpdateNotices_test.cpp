@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "FakeMiddleware.h"
+#include "GuideMiddleware.h"
 #include "NotingListener.h"
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
@@ -30,7 +30,7 @@ class UpdateNoticesTest : public testing::Test, public TimerListener {
   }
   void queue(Service& service, std::vector<Program*> programs) { notices.notifyProgramUpdate(&service, &programs); }
 
-  FakeMiddleware middleware;
+  GuideMiddleware middleware;
   TestPlugin plugin;
   NotingListener listener{[this](const std::string& text) { middleware.note(text); }};
   UpdateNotices notices{plugin};
@@ -60,7 +60,7 @@ TEST_F(UpdateNoticesTest, TakesAnIntervalThatIsNoNumberAsNone) {
   for (const char* const interval : {"", "soon"}) {
     setInterval(interval);
     queue(first, {&program});
-    middleware.setTime(middleware.time());
+    middleware.setTime(middleware.time);
     EXPECT_EQ(middleware.calls(), Texts{"update 1: 11"}) << interval;
   }
 }
@@ -73,7 +73,7 @@ TEST_F(UpdateNoticesTest, MayBeAskedFromInsideANotice) {
     again = false;
   };
   queue(first, {&program});
-  middleware.setTime(middleware.time());
+  middleware.setTime(middleware.time);
   EXPECT_EQ(middleware.calls(), (Texts{"update 1: 11", "update 1: 12"}));
 }
 

@@ -174,12 +174,13 @@ durix_return_code durix_attribute_get_array_int(const durix_esg_object* object, 
 }
 durix_return_code durix_program_events_get(const durix_esg_object* service, durix_esg_object** events,
                                            uint32_t* count) {
-  if (const auto code = note("durix_program_events_get", name(service)); code != 0) return code;
+  const auto code = note("durix_program_events_get", name(service));
+  if (ScriptedMiddleware::current() == nullptr) return code;
   const auto lock = world();
   const auto found = middleware().events.find(service->id);
-  if (found == middleware().events.end()) return DURIX_NO_PROGRAMS;
-  giveArray("durix_program_events_get", found->second, events, count);
-  return 0;
+  if (found == middleware().events.end()) return code != 0 ? code : durix_return_code{DURIX_NO_PROGRAMS};
+  giveArray("durix_program_events_get", found->second, events, count);  // by a call that failed too
+  return code;
 }
 durix_return_code durix_esg_object_feeds_get(const durix_esg_object* object, durix_esg_object** feeds,
                                              uint32_t* count) {

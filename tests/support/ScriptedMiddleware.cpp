@@ -1,6 +1,8 @@
 #include "tests/support/ScriptedMiddleware.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <ctime>
 
 #include "host/HostClock.h"
 #include "host/HostLog.h"
@@ -19,6 +21,8 @@ std::uint32_t Event::id() const {
 
 ScriptedMiddleware::ScriptedMiddleware() {
   standing = this;
+  ::setenv("TZ", "UTC", 1);  // local times are the same everywhere
+  ::tzset();
   host::setClock([this] { return time.load(); });
   host::setLogSink([this](const host::LogLine& line) {
     note(line.level + " " + line.message);
@@ -110,13 +114,26 @@ void ScriptedMiddleware::setTime(std::int64_t seconds) {
 }
 
 Lines ScriptedMiddleware::take() {
-  const std::lock_guard<std::mutex> lock(_mutex);
-  return std::exchange(_lines, {});
+  return takeWhere([](const Line& line) { return line.isOwn; });
 }
 
 Lines ScriptedMiddleware::takeOfOtherThreads() {
+  return takeWhere([](const Line& line) { return !line.isOwn; });
+}
+
+Lines ScriptedMiddleware::takeIf(const std::function<bool(const std::string&)>& wanted) {
+  return takeWhere([&](const Line& line) { return wanted(line.text); });
+}
+
+Lines ScriptedMiddleware::takeWhere(const std::function<bool(const Line&)>& wanted) {
   const std::lock_guard<std::mutex> lock(_mutex);
-  return std::exchange(_others, {});
+  Lines taken;
+  std::erase_if(_lines, [&](Line& line) {
+    const bool isWanted = wanted(line);
+    if (isWanted) taken.push_back(std::move(line.text));
+    return isWanted;
+  });
+  return taken;
 }
 
 std::string ScriptedMiddleware::originOf(const std::string& message) {
@@ -131,7 +148,7 @@ int ScriptedMiddleware::calls(const std::string& name) {
 
 void ScriptedMiddleware::note(const std::string& line) {
   const std::lock_guard<std::mutex> lock(_mutex);
-  (std::this_thread::get_id() == _ownThread ? _lines : _others).push_back(line);
+  _lines.push_back({line, std::this_thread::get_id() == _ownThread});
 }
 
 durix_return_code ScriptedMiddleware::call(const std::string& name, const std::string& arguments) {
@@ -141,11 +158,14 @@ durix_return_code ScriptedMiddleware::call(const std::string& name, const std::s
     const std::lock_guard<std::mutex> lock(_mutex);
     ++_counts[name];
   }
-  if (const auto work = during.find(name); work != during.end()) work->second();
+  const auto lookUp = [&](auto& script) {
+    const auto found = script.find(line);
+    return found == script.end() ? script.find(name) : found;
+  };
+  if (const auto work = lookUp(during); work != during.end()) work->second();
   if (++_calls == failNth) return 1;
-  auto found = failing.find(line);
-  if (found == failing.end()) found = failing.find(name);
-  return found == failing.end() ? 0 : found->second;
+  const auto failure = lookUp(failing);
+  return failure == failing.end() ? 0 : failure->second;
 }
 
 durix_player* ScriptedMiddleware::newPlayer() {

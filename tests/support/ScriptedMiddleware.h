@@ -73,9 +73,10 @@ class ScriptedMiddleware {
   /// Sets the clock and returns when every timeout that is due has been served.
   void setTime(std::int64_t seconds);
 
-  /// The lines since the last time.
+  /// The lines since the last time: of the test's own thread, of the others, of all those that `wanted` holds for.
   Lines take();
   Lines takeOfOtherThreads();
+  Lines takeIf(const std::function<bool(const std::string&)>& wanted);
   void drop() { take(); }
   /// The category and the source path of the last log line with this message.
   std::string originOf(const std::string& message);
@@ -108,7 +109,7 @@ class ScriptedMiddleware {
   std::map<std::string, durix_return_code> failing;     // by the call's name, or by its whole line
   int failNth = 0;                                      // the n-th call of all fails, counted from 1
   std::set<std::string> emptyHanded;                    // calls that succeed and hand out null, counted as 3
-  std::map<std::string, std::function<void()>> during;  // done inside the call of this name
+  std::map<std::string, std::function<void()>> during;  // done inside the call of this name, or this whole line
   std::function<void(Event)> post;                      // gets the events that follow from calls
 
   // ---- used by the scripted calls ----
@@ -122,6 +123,12 @@ class ScriptedMiddleware {
   durix_player* newPlayer();
 
  private:
+  struct Line {
+    std::string text;
+    bool isOwn;
+  };
+  Lines takeWhere(const std::function<bool(const Line&)>& wanted);
+
   const std::thread::id _ownThread = std::this_thread::get_id();
   std::atomic<int> _liveAllocations = 0;
   std::atomic<int> _calls = 0;
@@ -129,8 +136,7 @@ class ScriptedMiddleware {
 
   std::mutex _mutex;
   // guarded by _mutex
-  Lines _lines;
-  Lines _others;
+  std::vector<Line> _lines;
   std::map<std::string, int> _counts;           // by the call's name
   std::map<std::string, std::string> _origins;  // by message
 

@@ -77,7 +77,7 @@ void ostiv_time_sleep(uint32_t duration) {
 uint32_t ostiv_localtime_s(int64_t seconds, ostiv_tm* local) {
   const std::time_t time = seconds;
   std::tm fields{};
-  gmtime_r(&time, &fields);
+  if (seconds < 0 || localtime_r(&time, &fields) == nullptr) return 1;
   *local = {fields.tm_sec,  fields.tm_min,  fields.tm_hour, fields.tm_mday, fields.tm_mon,
             fields.tm_year, fields.tm_wday, fields.tm_yday, fields.tm_isdst};
   return 0;
@@ -89,7 +89,7 @@ int64_t ostiv_mktime(ostiv_tm* local) {
   fields.tm_mon = local->month;
   fields.tm_year = local->year;
   fields.tm_hour = local->hour;
-  return timegm(&fields);
+  return std::mktime(&fields);
 }
 
 char* ostiv_utf8_to_lower(const char* value) {
