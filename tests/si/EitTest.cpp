@@ -11,6 +11,7 @@
 #include <string>
 
 #include "Captures.h"
+#include "EventBuilder.h"
 #include "StreamBuilder.h"
 #include "middleware/si/Charset.h"
 #include "middleware/si/EventCarousel.h"
@@ -122,6 +123,183 @@ TEST(EventTables, SayWhatRealBroadcastsSay) {
     EXPECT_EQ(without(expected, found), "") << capture << " lacks";
     EXPECT_EQ(without(found, expected), "") << capture << " has too many";
   }
+}
+
+// ---- One event ----
+
+constexpr std::int64_t EVENING = 1'600'027'200;
+
+std::optional<EventSection> read(const std::vector<TestEvent>& events) {
+  const Bytes bytes = eitSection({}, events);
+  return readEit(Section(bytes));
+}
+
+// The texts of the one event that has these descriptors: "language|title|description" for each language.
+std::string textsOf(const Bytes& descriptors) {
+  const auto section = read({{.id = 1, .start = EVENING, .more = descriptors}});
+  std::string all;
+  if (!section || section->events.empty()) return "(none)";
+  for (const auto& text : section->events.front().texts) {
+    all += (all.empty() ? "" : " ") + text.language + "|" + text.title + "|" + text.description;
+  }
+  return all;
+}
+
+TEST(EventTexts, AreJoinedInOrder) {
+  const Bytes title = shortEvent("eng", "Title", "Short.");
+  const std::vector<std::pair<Bytes, const char*>> rows{
+      {title, "eng|Title|Short."},
+      {shortEvent("eng", "Title", ""), "eng|Title|"},
+      {join({title, extendedEvent(0, 0, "eng", "Long.")}), "eng|Title|Short.\nLong."},
+      {join({shortEvent("eng", "Title", ""), extendedEvent(0, 0, "eng", "Long.")}), "eng|Title|Long."},
+      {join({title, extendedEvent(1, 2, "eng", "b"), extendedEvent(2, 2, "eng", "c"), extendedEvent(0, 2, "eng", "a")}),
+       "eng|Title|Short.\nabc"},
+      {join({title, extendedEvent(0, 1, "eng", "a"), extendedEvent(0, 1, "eng", "a"), extendedEvent(1, 1, "eng", "b")}),
+       "eng|Title|Short.\nab"},
+      {join({title, extendedEvent(0, 0, "eng", "", {{"Director", "A. B."}, {"Cast", "C"}})}),
+       "eng|Title|Short.\nDirector: A. B.\nCast: C"},
+      {join({title, extendedEvent(0, 1, "eng", "", {{"Cast", "C, "}}), extendedEvent(1, 1, "eng", "", {{"", "D"}})}),
+       "eng|Title|Short.\nCast: C, D"},
+      {join({title, shortEvent("GER", "Titel", ""), extendedEvent(0, 0, "ger", "Lang.")}),
+       "eng|Title|Short. ger|Titel|Lang."},
+      {shortEvent("eng", "Two\x8Alines", "two\x8Alines"), "eng|Two lines|two\nlines"},
+      {join({title, extendedEvent(0, 1, "eng", "caf\xC2"), extendedEvent(1, 1, "eng", "e")}), "eng|Title|Short.\ncafe"},
+  };
+  for (const auto& [descriptors, texts] : rows) EXPECT_EQ(textsOf(descriptors), texts);
+}
+
+TEST(Events, AreReadAsFarAsTheyMakeSense) {
+  const Bytes title = shortEvent("eng", "Title", "");
+  const auto event = [&](const Bytes& start, const Bytes& length, const Bytes& loop) {
+    return join({word(7), start, length, word(static_cast<unsigned>(loop.size())), loop});
+  };
+  const Bytes start = momentBytes(EVENING);
+  const Bytes hour = lengthBytes(3600);
+  struct Row {
+    const char* reason;
+    Bytes bytes;
+    std::size_t events;
+    unsigned dropped;
+  };
+  const std::vector<Row> rows{
+      {"whole", event(start, hour, title), 1, 0},
+      {"no length", event(start, {0, 0, 0}, title), 0, 1},
+      {"length that is no number", event(start, {0x0A, 0, 0}, title), 0, 1},
+      {"minutes that are none", event(start, {0, 0x75, 0}, title), 0, 1},
+      {"no start", event({0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, hour, title), 0, 1},
+      {"no text", event(start, hour, {}), 0, 1},
+      {"empty text", event(start, hour, shortEvent("eng", "", "")), 0, 1},
+      {"text of an unknown scheme", event(start, hour, shortEvent("eng", "\x1F\x01\x02", "")), 0, 1},
+      {"unknown descriptor first", event(start, hour, join({descriptor(0xC0, {1, 2}), title})), 1, 0},
+      {"text longer than its descriptor", event(start, hour, descriptor(0x4D, join({text("eng"), {99}, text("Ti")}))),
+       1, 0},
+      {"descriptor without content", event(start, hour, join({title, descriptor(0x4E, {}), descriptor(0x55, {1})})), 1,
+       0},
+      {"loop longer than the section", join({word(7), start, hour, word(0xFFF), title}), 1, 0},
+      {"header cut off", join({event(start, hour, title), word(8), start}), 1, 0},
+  };
+  for (const auto& row : rows) {
+    const Bytes bytes = section({.table = 0x4E, .extension = 1}, join({word(1), word(2), {0, 0x4E}, row.bytes}));
+    const auto result = readEit(Section(bytes));
+    ASSERT_TRUE(result) << row.reason;
+    EXPECT_EQ(result->events.size(), row.events) << row.reason;
+    EXPECT_EQ(result->dropped, row.dropped) << row.reason;
+  }
+  const Bytes tooShort = section({.table = 0x4E, .extension = 1}, word(1));
+  EXPECT_FALSE(readEit(Section(tooShort)));
+}
+
+TEST(Events, HaveTheHighestAgeOfAllCountries) {
+  const std::vector<std::pair<Bytes, unsigned>> rows{
+      {{}, 0},
+      {join({text("FRA"), {0}}), 0},
+      {join({text("FRA"), {7}}), 10},
+      {join({text("FRA"), {0x0F}}), 18},
+      {join({text("FRA"), {0x10}}), 0},
+      {join({text("AUT"), {1}, text("DEU"), {9}, text("CHE"), {0x7F}}), 12},
+  };
+  for (const auto& [entries, age] : rows) {
+    const auto result = read({{.id = 1, .start = EVENING, .title = "T", .more = descriptor(0x55, entries)}});
+    EXPECT_EQ(result->events.at(0).age, age);
+  }
+}
+
+// ---- The carousel ----
+
+// What sections bring in their order: "+" whole, "~" not; "table/number:titles" for each new section.
+class Collected {
+ public:
+  std::string take(const EventHead& head, const std::vector<TestEvent>& events) {
+    const Bytes bytes = eitSection(head, events);
+    return during([&] { _carousel.take(Section(bytes)); });
+  }
+  std::string finish() {
+    return during([&] { _carousel.finish(); });
+  }
+  bool hasGoneRound() const { return _carousel.hasGoneRound(); }
+
+ private:
+  template <typename Work>
+  std::string during(Work work) {
+    _log.clear();
+    work();
+    return _log;
+  }
+
+  std::string _log;
+  EventCarousel _carousel{[this](EventTableUpdate&& update) {
+    _log += update.isWhole ? "+" : "~";
+    for (const auto& [number, events] : update.sections) {
+      _log += " " + std::to_string(update.key.table) + "/" + std::to_string(number) + ":";
+      for (const auto& event : events) _log += event.texts.front().title;
+    }
+  }};
+};
+
+std::vector<TestEvent> titled(std::string_view title) {
+  return {{.id = 1, .start = EVENING, .title = title}};
+}
+
+TEST(EventCarousel, HandsOutAVersionOnceItIsWhole) {
+  Collected tables;
+  EXPECT_EQ(tables.take({.table = 0x4E, .number = 0, .last = 1}, titled("A")), "");
+  EXPECT_EQ(tables.take({.table = 0x4E, .number = 1, .last = 1}, titled("B")), "+ 78/0:A 78/1:B");
+  EXPECT_EQ(tables.take({.table = 0x4E, .number = 0, .last = 1}, titled("A")), "") << "again";
+  EXPECT_EQ(tables.take({.table = 0x4E, .version = 1, .number = 0, .last = 1}, titled("B")), "");
+  EXPECT_EQ(tables.take({.table = 0x4E, .version = 1, .number = 1, .last = 1}, titled("C")), "+ 78/0:B 78/1:C");
+  EXPECT_EQ(tables.take({.table = 0x4E, .version = 1, .number = 1, .last = 1}, titled("D")), "+ 78/1:D")
+      << "another content without another version";
+  EXPECT_TRUE(tables.hasGoneRound());
+}
+
+TEST(EventCarousel, KnowsTheSegmentsOfASchedule) {
+  Collected tables;
+  EXPECT_EQ(tables.take({.number = 0, .last = 16, .segmentLast = 1}, titled("A")), "");
+  EXPECT_EQ(tables.take({.number = 8, .last = 16, .segmentLast = 8}, titled("C")), "");
+  EXPECT_EQ(tables.take({.number = 16, .last = 16, .segmentLast = 0}, titled("D")), "") << "a wrong end of a segment";
+  EXPECT_FALSE(tables.hasGoneRound());
+  EXPECT_EQ(tables.take({.number = 1, .last = 16, .segmentLast = 1}, titled("B")), "+ 80/0:A 80/1:B 80/8:C 80/16:D");
+  EXPECT_TRUE(tables.hasGoneRound());
+  EXPECT_EQ(tables.take({.service = 2, .lastTable = 0x51}, titled("E")), "+ 80/0:E");
+  EXPECT_FALSE(tables.hasGoneRound()) << "a table is announced";
+  EXPECT_EQ(tables.take({.service = 2, .table = 0x51}, titled("F")), "+ 81/0:F");
+  EXPECT_TRUE(tables.hasGoneRound());
+}
+
+TEST(EventCarousel, TakesWhatThereIsWhenTheCarouselHasGoneRound) {
+  Collected tables;
+  EXPECT_EQ(tables.take({.number = 8, .last = 15, .segmentLast = 8}, titled("B")), "");
+  EXPECT_EQ(tables.take({.number = 9, .last = 15, .segmentLast = 8}, titled("C")), "");
+  EXPECT_EQ(tables.take({.number = 8, .last = 15, .segmentLast = 8}, titled("B")), "");
+  EXPECT_EQ(tables.take({.number = 9, .last = 15, .segmentLast = 8}, titled("C")), "~ 80/8:B 80/9:C");
+}
+
+TEST(EventCarousel, TakesWhatThereIsAtTheEnd) {
+  Collected tables;
+  EXPECT_EQ(tables.take({.table = 0x4E, .number = 0, .last = 1}, titled("A")), "");
+  EXPECT_EQ(tables.take({.table = 0x4E, .version = 1, .number = 1, .last = 1}, titled("C")), "");
+  EXPECT_EQ(tables.finish(), "~ 78/0:A 78/1:C") << "the older version stands in";
+  EXPECT_EQ(tables.finish(), "");
 }
 
 }  // namespace
