@@ -160,11 +160,17 @@ TEST_F(EsgFeedRotationTest, ClosesWithoutWaitingForATurnThatWaitsForTheRecorder)
   };
   std::thread clock([this] { middleware.setTime(30); });
   asked.get_future().wait();
-  rotation.closeEsgDataFeeds();  // as from a notice of the recorder
+  EXPECT_EQ(middleware.calls(), Texts{"durix_feeds_close(1005,1)"});
+  // As from a notice of the recorder; and once more, with a rotation in between that has armed its first turn.
+  rotation.closeEsgDataFeeds();
+  EXPECT_EQ(open(), Texts{"durix_feed_open(1006)"});
+  rotation.closeEsgDataFeeds();
+  EXPECT_EQ(middleware.calls(), Texts{"durix_feeds_close(1006,1)"});
+  EXPECT_EQ(open(), Texts{"durix_feed_open(1005)"});
   answered.set_value();
   clock.join();
-  EXPECT_EQ(middleware.calls(), Texts{"durix_feeds_close(1005,1)"});
-  EXPECT_EQ(turn(), Texts{});
+  EXPECT_EQ(middleware.calls(), Texts{});
+  EXPECT_EQ(turn(), (Texts{"durix_feeds_close(1005,1)", "durix_feed_open(1006)"})) << "one turn, of the last rotation";
 }
 
 }  // namespace

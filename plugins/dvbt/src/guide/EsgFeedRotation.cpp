@@ -83,9 +83,13 @@ void EsgFeedRotation::closeEsgDataFeeds() {
   {
     const Lock lock(_feedMutex);
     ++_rotation;
-    // A turn under way has used up the one timeout and will not arm another. To wait for it here could be a deadlock:
-    // it may wait for the recorder, in whose notice the host may call this.
-    if (!_turning) timer = _esgTimer.get();
+    // To wait for a turn under way, as the timer's `clear` does, could be a deadlock: it may wait for the recorder, in
+    // whose notice the host may call this. It arms nothing more; what it has armed already goes here.
+    if (!_turning) {
+      timer = _esgTimer.get();
+    } else if (_esgTimer != nullptr) {
+      _esgTimer->removeTimeout(nullptr);
+    }
     feed = std::exchange(_esgFeed, std::nullopt);
     services.swap(_esgServices);
     _esgServiceIndex = 0;  // the number of the feed opened last stays

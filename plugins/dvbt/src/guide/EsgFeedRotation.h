@@ -60,5 +60,5 @@ class EsgFeedRotation {
   std::optional<durix_esg_object> _esgFeed BC_GUARDED_BY(_feedMutex);          // the open feed, a copy
   std::optional<std::int32_t> _esgFeedNumber BC_GUARDED_BY(_feedMutex);  // of the feed opened last; none carries "none"
   std::uint64_t _rotation BC_GUARDED_BY(_feedMutex) = 0;
-  bool _turning BC_GUARDED_BY(_feedMutex) = false;  // a turn is under way; it has used up the pending timeout
+  bool _turning BC_GUARDED_BY(_feedMutex) = false;  // a turn is under way
 };
