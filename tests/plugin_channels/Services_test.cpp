@@ -5,10 +5,9 @@
 #include <ctime>
 #include <thread>
 
-#include "ScriptedMiddleware.h"
 #include "ServiceImpl.h"
 #include "guide/EsgAttributes.h"
-#include "host/HostClock.h"
+#include "tests/support/ScriptedMiddleware.h"
 
 namespace {
 
@@ -17,10 +16,8 @@ constexpr std::int64_t HOUR = 3600;
 
 class Services : public testing::Test {
  protected:
-  Services() {
-    host::setClock([this] { return now; });
-  }
-  ~Services() override { host::setClock({}); }
+  Services() { middleware.time = TEN; }
+  ~Services() override { EXPECT_EQ(middleware.liveAllocations(), 0); }
 
   /// A programme from `start` to `end`, seconds after ten.
   ProgramImpl* add(ServiceImpl* to, std::int64_t start, std::int64_t end, const std::string& rating = "0") {
@@ -29,37 +26,41 @@ class Services : public testing::Test {
     std::tm utc{};
     char text[32];
     gmtime_r(&last, &utc);
-    middleware.attribute(id, DURIX_ATTRIBUTE_START_TIME) = static_cast<int>(TEN + start);
-    middleware.attribute(id, DURIX_ATTRIBUTE_END_TIME) = static_cast<int>(last);
-    middleware.attribute(id, DURIX_ATTRIBUTE_END_TIME_STR) =
+    middleware.numbers[{id, DURIX_ATTRIBUTE_START_TIME}] = static_cast<int>(TEN + start);
+    middleware.numbers[{id, DURIX_ATTRIBUTE_END_TIME}] = static_cast<int>(last);
+    middleware.texts[{id, DURIX_ATTRIBUTE_END_TIME_STR}] =
         std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc));
-    middleware.attribute(id, DURIX_ATTRIBUTE_PARENTAL_RATING) = rating;
+    middleware.texts[{id, DURIX_ATTRIBUTE_PARENTAL_RATING}] = rating;
     auto* const program = new ProgramImpl({2, id, 0}, to, nullptr);
     to->addProgram(program);
     return program;
   }
 
   ScriptedMiddleware middleware;
-  std::int64_t now = TEN;
   std::uint32_t programs = 100;
   ServiceImpl service{{1, 7, 0}, nullptr};
 };
 
 TEST_F(Services, ReadAttributesOrNeutralValues) {
   const durix_esg_object* const object = service.getDataPtr();
+  middleware.failuresWrite = true;
+  for (const char* const type : {"str", "int", "bool", "array_int"}) {
+    middleware.failing["durix_attribute_get_" + std::string(type)] = 3;
+  }
+  middleware.numbers = {{{7, 41}, 77}, {{7, 21}, 77}, {{7, 25}, 77}};
+  middleware.texts[{7, 22}] = "!";
   EXPECT_EQ(getIntAttribute(object, 41), 0) << "what a failed call has written does not count";
   EXPECT_FALSE(getBoolAttribute(object, 21));
   EXPECT_TRUE(getIntArrayAttribute(object, 25).empty());
-  middleware.attribute(7, 22) = std::string("!");
   EXPECT_EQ(getStringAttribute(object, 22), "!") << "but a text that it leaves does, and goes back";
-  middleware.attribute(7, 21) = true;
+  middleware.failing.clear();
   EXPECT_TRUE(getBoolAttribute(object, 21)) << "any byte but 0";
 }
 
 TEST_F(Services, ReadTextsOneAtATime) {
   std::atomic<int> inside = 0;
   std::atomic<int> together = 0;
-  middleware.onText = [&] {
+  middleware.during["durix_attribute_get_str"] = [&] {
     if (++inside > 1) ++together;
     std::this_thread::yield();
     --inside;
@@ -98,7 +99,7 @@ TEST_F(Services, KnowTheCurrentAndTheNextProgramme) {
       {"after all", 5 * HOUR, nullptr, nullptr},
   };
   for (const Row& row : rows) {
-    now = TEN + row.now;
+    middleware.time = TEN + row.now;
     EXPECT_EQ(service.getCurrentProgram(), row.current) << row.reason;
     EXPECT_EQ(service.getNextProgram(), row.next) << row.reason;
   }
@@ -108,16 +109,17 @@ TEST_F(Services, HoldAProgrammeUntilItsEndHasPassed) {
   ProgramImpl* const first = add(&service, 0, HOUR);
   ProgramImpl* const second = add(&service, HOUR, 2 * HOUR);
   ProgramImpl* const broken = add(&service, 2 * HOUR, 3 * HOUR);
-  middleware.forget(broken->getId(), DURIX_ATTRIBUTE_END_TIME_STR);
+  middleware.failing = {{"durix_attribute_get_str(" + std::to_string(broken->getId()) + ".3)", 3}};
+  middleware.texts.erase({broken->getId(), DURIX_ATTRIBUTE_END_TIME_STR});
   service.getPrograms(true);
-  now = TEN + HOUR;
+  middleware.time = TEN + HOUR;
   EXPECT_EQ(service.getPrograms(false), (std::vector<Program*>{second, broken})) << "the end itself is over here";
-  now = TEN + 100 * HOUR;
+  middleware.time = TEN + 100 * HOUR;
   EXPECT_EQ(service.getPrograms(false), std::vector<Program*>{broken}) << "an end that cannot be read never comes";
   ServiceImpl two({1, 8, 0}, nullptr);
   ProgramImpl* const earlier = add(&two, 0, HOUR);
   add(&two, HOUR, 2 * HOUR);
-  now = TEN + HOUR;
+  middleware.time = TEN + HOUR;
   EXPECT_EQ(two.getCurrentProgram(), earlier) << "but of two the one that ends now is still the current one";
   EXPECT_NE(first, earlier);
 }
@@ -139,14 +141,14 @@ TEST_F(Services, ApplyTheStricterLimit) {
   std::uint32_t id = 10;
   for (const Row& row : rows) {
     ServiceImpl rated({1, ++id, 0}, nullptr);
-    middleware.attribute(id, DURIX_ATTRIBUTE_PARENTAL_RATING) = row.own;
-    now = TEN - 1;
+    middleware.texts[{id, DURIX_ATTRIBUTE_PARENTAL_RATING}] = row.own;
+    middleware.time = TEN - 1;
     add(&rated, 0, HOUR, row.program);
     ParentalRating* const own = rated.getParentalRating();
     EXPECT_EQ(own->getValue(), row.own.empty() ? -1 : std::atoi(row.own.c_str())) << "there is no current programme";
-    now = TEN;
+    middleware.time = TEN;
     EXPECT_EQ(rated.getParentalRating()->getValue(), row.limit) << row.reason;
-    now = TEN - 1;
+    middleware.time = TEN - 1;
     EXPECT_EQ(rated.getParentalRating(), own) << "a rating that was handed out stays";
   }
 }

@@ -18,6 +18,10 @@ durix_return_code noteRead(const char* call, const durix_esg_object* object, dur
   return note(call, name(object) + "." + number(attribute));
 }
 
+bool writesOnFailure() {
+  return ScriptedMiddleware::current() != nullptr && middleware().failuresWrite;
+}
+
 }  // namespace
 
 extern "C" {
@@ -144,22 +148,25 @@ durix_return_code durix_device_execute_request(void* /*device*/, uint32_t reques
 // ---- guide objects ----
 
 durix_return_code durix_attribute_get_str(const durix_esg_object* object, durix_attribute attribute, char** value) {
-  if (const auto code = noteRead("durix_attribute_get_str", object, attribute); code != 0) return code;
+  const auto code = noteRead("durix_attribute_get_str", object, attribute);
+  if (code != 0 && !writesOnFailure()) return code;
   const auto lock = world();
   *value = copyOf(valueOf(middleware().texts, {object->id, attribute}));
-  return 0;
+  return code;
 }
 durix_return_code durix_attribute_get_int(const durix_esg_object* object, durix_attribute attribute, int32_t* value) {
-  if (const auto code = noteRead("durix_attribute_get_int", object, attribute); code != 0) return code;
+  const auto code = noteRead("durix_attribute_get_int", object, attribute);
+  if (code != 0 && !writesOnFailure()) return code;
   const auto lock = world();
   *value = valueOf(middleware().numbers, {object->id, attribute});
-  return 0;
+  return code;
 }
 durix_return_code durix_attribute_get_bool(const durix_esg_object* object, durix_attribute attribute, uint8_t* value) {
-  if (const auto code = noteRead("durix_attribute_get_bool", object, attribute); code != 0) return code;
+  const auto code = noteRead("durix_attribute_get_bool", object, attribute);
+  if (code != 0 && !writesOnFailure()) return code;
   const auto lock = world();
   *value = static_cast<std::uint8_t>(valueOf(middleware().numbers, {object->id, attribute}));
-  return 0;
+  return code;
 }
 durix_return_code durix_attribute_get_array_int(const durix_esg_object* object, durix_attribute attribute,
                                                 int32_t** values, uint32_t* count) {

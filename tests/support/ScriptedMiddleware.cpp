@@ -151,13 +151,15 @@ void ScriptedMiddleware::note(const std::string& line) {
   _lines.push_back({line, std::this_thread::get_id() == _ownThread});
 }
 
+void ScriptedMiddleware::count(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(_mutex);
+  ++_counts[name];
+}
+
 durix_return_code ScriptedMiddleware::call(const std::string& name, const std::string& arguments) {
   const std::string line = name + "(" + arguments + ")";
   note(line);
-  {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    ++_counts[name];
-  }
+  count(name);
   const auto lookUp = [&](auto& script) {
     const auto found = script.find(line);
     return found == script.end() ? script.find(name) : found;

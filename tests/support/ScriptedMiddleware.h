@@ -103,10 +103,12 @@ class ScriptedMiddleware {
   std::list<durix_esg_object> timers;  // every one that was ever made
   std::uint32_t nextTimer = 900;
   std::atomic<std::int64_t> time = 1000000;
-  std::size_t readSoFar = 0;  // of the file that was opened last
+  std::size_t readSoFar = 0;    // of the file that was opened last
+  std::uint32_t lostBytes = 0;  // of a file between its opening and its reading
 
   // ---- what it does besides; set while no other thread asks ----
   std::map<std::string, durix_return_code> failing;     // by the call's name, or by its whole line
+  bool failuresWrite = false;                           // reads of attributes that fail write all the same
   int failNth = 0;                                      // the n-th call of all fails, counted from 1
   std::set<std::string> emptyHanded;                    // calls that succeed and hand out null, counted as 3
   std::map<std::string, std::function<void()>> during;  // done inside the call of this name, or this whole line
@@ -116,6 +118,7 @@ class ScriptedMiddleware {
   /// Notes a call; its return code.
   durix_return_code call(const std::string& name, const std::string& arguments);
   void note(const std::string& line);
+  void count(const std::string& name);
   void allocated() { ++_liveAllocations; }
   void released() { --_liveAllocations; }
   /// Returns when no other thread is inside this handler.

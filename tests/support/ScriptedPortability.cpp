@@ -26,13 +26,14 @@ uint32_t ostiv_file_open(ostiv_file* file, const char* path, const char* mode) {
   std::string& content = middleware().files[path];
   if (*mode == 'w') content.clear();
   file->stream = &content;
-  file->size = static_cast<std::uint32_t>(content.size());
+  file->size = static_cast<std::uint32_t>(content.size()) + middleware().lostBytes;
   middleware().readSoFar = 0;
   ++middleware().openFiles;
   return 0;
 }
 
 uint32_t ostiv_file_read(ostiv_file* file, void* buffer, uint32_t size, uint32_t* bytes_read) {
+  middleware().count("ostiv_file_read");
   const auto lock = world();
   const auto& content = *static_cast<const std::string*>(file->stream);
   *bytes_read = static_cast<std::uint32_t>(content.copy(static_cast<char*>(buffer), size, middleware().readSoFar));
