@@ -12,8 +12,9 @@ using std::chrono::steady_clock;
 
 namespace {
 constexpr milliseconds TURN{50};
-constexpr milliseconds PAUSE{200};   // no news for so long: the plugin has taken what it was told of
-constexpr milliseconds QUIET{1500};  // no news for so long: nothing more is to come, as far as one can tell
+constexpr unsigned TURNS_OF_COUNT = 10;  // counting a large guide takes a while
+constexpr milliseconds PAUSE{200};       // no news for so long: the plugin has taken what it was told of
+constexpr milliseconds QUIET{1500};      // no news for so long: nothing more is to come, as far as one can tell
 constexpr milliseconds LIMIT{90000};
 constexpr unsigned WHOLE = 100;
 
@@ -38,11 +39,12 @@ void waitForGuide(Session& session, Output& output, const Interrupt& interrupt) 
   auto changed = start;
   unsigned percent = 0;
   std::size_t count = plugin.getPrograms().size();
-  for (;;) {
+  for (unsigned turn = 0;; ++turn) {
     interrupt.waitFor(TURN);
     interrupt.check();
     const auto guide = session.sideDoor().guide();
-    const std::size_t number = plugin.getPrograms().size();
+    const bool isNearEnd = !guide || guide->goneRound || !guide->isOpen;
+    const std::size_t number = isNearEnd || turn % TURNS_OF_COUNT == 0 ? plugin.getPrograms().size() : count;
     const auto now = steady_clock::now();
     const unsigned reached = std::max(percent, percentOf(guide, now - start));
     if (number != count) changed = now;

@@ -83,6 +83,12 @@ Guide::Keeping keepingOf(const ReceiverPool& receivers) {
   return std::any_of(all.begin(), all.end(), hasOwnTime) ? Guide::Keeping::Forever : Guide::Keeping::Day;
 }
 
+std::uint32_t tunersOf(const ReceiverPool& receivers) {
+  std::uint32_t tuners = 0;
+  for (const auto& broadcast : receivers.broadcasts()) tuners += broadcast->settings().tuners;
+  return tuners;
+}
+
 EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {
   const ReceiverType type = broadcast.settings().type;
   EventRecord record(change == Presence::Change::Announced ? DURIX_EVENT_RECEIVER_ON : DURIX_EVENT_RECEIVER_OFF);
@@ -159,8 +165,9 @@ void Instance::startReceivers() {
   _receivers = std::make_unique<ReceiverPool>(std::move(broadcasts), notice);
   _scan = std::make_unique<ChannelScan>(*_events, *_receivers, _store, _timeShifts);
   _guide = std::make_unique<Guide>(_store, keepingOf(*_receivers));
+  const auto isBusy = [this] { return _scan->isRunning() && tunersOf(*_receivers) < 2; };
   _guideCollector = std::make_unique<GuideCollector>(
-      GuideCollector::Parts{*_events, *_receivers, _store, _timeShifts, *_guide, _guideFeeds});
+      GuideCollector::Parts{*_events, *_receivers, _store, _timeShifts, *_guide, _guideFeeds, isBusy});
 }
 
 Instance::~Instance() {

@@ -22,6 +22,7 @@ constexpr milliseconds READER_PAUSE(250);  // who reads nothing for so long has 
 constexpr seconds LONGEST_READER(15);      // somebody is always reading: told of anyway
 constexpr milliseconds BUSY_TURN(50);
 constexpr milliseconds IDLE_TURN(1000);
+constexpr milliseconds FEED_CHANGE(200);
 constexpr std::chrono::hours FORGETTING(1);
 constexpr seconds CHECK_INTERVAL(30);  // whether a stream is still the one that was read
 
@@ -58,18 +59,26 @@ void GuideCollector::turn(const std::stop_token& stop) {
     _forgotten = Clock::now();
     flush();
   }
-  const auto next = _parts.feeds.isAnyOpen() ? nextMultiplex() : std::nullopt;
+  const bool isBusy = _parts.isBusy();
+  const auto next = !isBusy && _parts.feeds.isAnyOpen() ? nextMultiplex() : std::nullopt;
   if (next) {
     collect(stop, _catalogue->multiplexes.at(*next));
     tellOfChange(false);
     return;
   }
+  if (_isStoreFailing) flush();
   tellOfChange(true);
   {
     const std::scoped_lock lock(_mutex);
-    _progress.isDone = _parts.feeds.isAnyOpen() && !_changedSince;
+    _progress.isDone = _parts.feeds.isAnyOpen() && !isBusy && !_changedSince;
   }
-  _parts.feeds.waitForChange(stop, _changedSince ? BUSY_TURN : IDLE_TURN);
+  _parts.feeds.waitForChange(stop, isBusy || _changedSince ? BUSY_TURN : IDLE_TURN);
+}
+
+// Who changes from one feed to another has none for a moment.
+bool GuideCollector::isWanted(const std::stop_token& stop) {
+  if (!_parts.feeds.isAnyOpen()) _parts.feeds.waitForChange(stop, FEED_CHANGE);
+  return !stop.stop_requested() && _parts.feeds.isAnyOpen() && !_parts.isBusy();
 }
 
 // The first multiplex whose stream is not the one that was read; those with an open feed come first.
@@ -159,7 +168,12 @@ void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex&
 }
 
 void GuideCollector::flush() {
-  if (_parts.guide.flush() && !_changedSince) _changedSince = Clock::now();
+  try {
+    if (_parts.guide.flush() && !_changedSince) _changedSince = Clock::now();
+    _isStoreFailing = false;
+  } catch (const Failure& failure) {  // what could not be stored is tried again with the next
+    if (!std::exchange(_isStoreFailing, true)) logLine(std::string("guide: ") + failure.what());
+  }
 }
 
 void GuideCollector::tellOfChange(bool isBurstOver) {

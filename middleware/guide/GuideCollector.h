@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -31,6 +32,8 @@ class GuideCollector {
     TimeShifts& timeShifts;
     Guide& guide;
     GuideFeeds& feeds;
+    /// Whether no receiver is free, as while a scan needs the only one.
+    std::function<bool()> isBusy;
   };
   explicit GuideCollector(const Parts& parts);
   GuideCollector(const GuideCollector&) = delete;
@@ -64,7 +67,7 @@ class GuideCollector {
   bool isStale(const StoredMultiplex& multiplex);
   std::int64_t shiftOf(const StoredMultiplex& multiplex) const;
   void collect(const std::stop_token& stop, const StoredMultiplex& multiplex);
-  bool isWanted(const std::stop_token& stop) const { return !stop.stop_requested() && _parts.feeds.isAnyOpen(); }
+  bool isWanted(const std::stop_token& stop);
   void flush();
   void tellOfChange(bool isBurstOver);
 
@@ -73,6 +76,7 @@ class GuideCollector {
   // the thread's own
   std::shared_ptr<const Catalogue> _catalogue;     // that the following is about
   std::map<std::uint32_t, Read> _read;             // by multiplex
+  bool _isStoreFailing = false;
   std::optional<Clock::time_point> _changedSince;  // and nobody was told
   std::optional<Clock::time_point> _forgotten;     // what is old, the last time
   std::uint64_t _dropped = 0;

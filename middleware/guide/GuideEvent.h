@@ -14,6 +14,7 @@ struct GuideOrigin {
   std::uint8_t table = 0;  // 0: told once and over, no table has it any more
   std::uint8_t section = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): means the zero that the compiler writes
   auto operator<=>(const GuideOrigin&) const = default;
 };
 

@@ -14,7 +14,7 @@ namespace {
 // Programmes that overlap by less follow each other; broadcasters round their times.
 constexpr std::int64_t SEAM = 60;
 // An event that moved further has its number for another programme.
-constexpr std::int64_t LONGEST_MOVE = 3 * 3600;
+constexpr std::int64_t LONGEST_MOVE = std::int64_t{3} * 3600;
 
 unsigned rankOf(std::uint8_t table) {
   if (table == EIT_PRESENT_ACTUAL_TABLE) return 4;

@@ -63,6 +63,11 @@ bool ChannelScan::cancel() {
   return true;
 }
 
+bool ChannelScan::isRunning() const {
+  const std::scoped_lock lock(_mutex);
+  return _isRunning;
+}
+
 ScanReport ChannelScan::report() const {
   const std::scoped_lock lock(_mutex);
   return _report;

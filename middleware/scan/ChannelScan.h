@@ -29,6 +29,8 @@ class ChannelScan {
   /// The scan ends before the next piece of its stream; false when none runs.
   bool cancel();
 
+  bool isRunning() const;
+
   /// Of the scan that runs or ran last.
   ScanReport report() const;
 

@@ -140,8 +140,11 @@ class EventReader {
     };
     addLine(extended.text);
     if (!extended.text.empty()) return;
-    for (const auto& [name, text] : extended.items)
-      addLine(name.empty() || text.empty() ? name + text : name + ": " + text);
+    for (const auto& [name, text] : extended.items) {
+      std::string line = name;
+      if (!name.empty() && !text.empty()) line += ": ";
+      addLine(line += text);
+    }
   }
 
   BroadcastEvent& _event;
@@ -154,7 +157,7 @@ std::optional<std::int64_t> readDuration(Bytes bcd) {
     const int tens = bcd[i] >> 4;
     const int ones = bcd[i] & 0x0F;
     if (tens > 9 || ones > 9 || (i > 0 && tens > 5)) return std::nullopt;
-    seconds = seconds * 60 + tens * 10 + ones;
+    seconds = seconds * 60 + std::int64_t{tens} * 10 + ones;
   }
   return seconds > 0 ? std::optional(seconds) : std::nullopt;
 }

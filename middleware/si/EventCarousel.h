@@ -20,6 +20,7 @@ struct EventTableKey {
   std::uint16_t serviceId = 0;
   std::uint8_t table = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): means the zero that the compiler writes
   auto operator<=>(const EventTableKey&) const = default;
 };
 
