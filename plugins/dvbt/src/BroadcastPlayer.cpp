@@ -21,7 +21,6 @@ namespace {
 
 const LogSource LOG{Logger::loggerFactory("BC_PLAYER"), "plugins/dvbt/src/BroadcastPlayer"};
 
-const std::string PARENTAL_CONTROL = "velmora.option.parentalcontrol.id";
 }  // namespace
 
 /// What all players share; never destroyed, because late events may still ask.
@@ -36,7 +35,8 @@ struct BroadcastPlayer::Registry {
 
   RankedMutex _listMutex{LockRank::Player};
   std::map<durix_player*, BroadcastPlayer*> _players BC_GUARDED_BY(_listMutex);
-  Visitors eventThreads;  // between finding a player here and letting go of it
+
+  Visitors users;  // of a player that was found here, or of the plugin that a dying player leaves
 };
 
 BroadcastPlayer::Registry& BroadcastPlayer::registry() {
@@ -55,8 +55,9 @@ class BroadcastPlayer::PlayerPluginListener : public PluginListener {
     _player.notifyProgramEnded(plugin, service, program);
   }
   void notifyCurrentProgram(Plugin* plugin, Service* service, Program* program) override {
-    BC_INFO(LOG, "BroadcastPlayer received current program: %s : %s", service->getName().c_str(),
-            program->getName().c_str());
+    const std::string serviceName = service->getName();  // each may ask the middleware, one after the other
+    const std::string programName = program->getName();
+    BC_INFO(LOG, "BroadcastPlayer received current program: %s : %s", serviceName.c_str(), programName.c_str());
     _player.notifyProgramStarted(plugin, service, program);
   }
 
@@ -82,8 +83,8 @@ BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, vo
   }
   _content = content;
   _plugin = plugin;
-  _pluginListener = new PlayerPluginListener(*this);
-  plugin->addListener(_pluginListener);
+  _pluginListener = std::make_unique<PlayerPluginListener>(*this);
+  plugin->addListener(_pluginListener.get());
   listenToParentalControl();
   const durix_render_data render{DURIX_RENDER_VIDEO, window, nullptr, nullptr};
   const durix_return_code code = durix_player_create(&_handle, &render, listener);
@@ -112,36 +113,46 @@ BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, vo
 }
 
 void BroadcastPlayer::listenToParentalControl() {
-  _optionListener = new PlayerOptionListener(*this);
+  _optionListener = std::make_unique<PlayerOptionListener>(*this);
   for (const OptionGroup* const group : Velmora::getInstance()->getOptions()) {
     Option* const option = group->getOption(PARENTAL_CONTROL);
     if (option == nullptr) continue;
     _parentalOption = dynamic_cast<OptionGroup*>(option);
     _parentalOptions.push_back(option);
-    option->addOptionListener(_optionListener);
+    option->addOptionListener(_optionListener.get());
   }
 }
 
 BroadcastPlayer::~BroadcastPlayer() {
   BroadcastPlayer::stop();
-  for (Option* const option : _parentalOptions) option->removeOptionListener(_optionListener);
-  delete _optionListener;
-  {
-    const Lock lock(registry()._lives);
-    registry().living.erase(this);
-    if (registry().mainPlayer == this) registry().mainPlayer = nullptr;
-  }
-  if (BroadcastPlugin* const plugin = _plugin) plugin->removeListener(_pluginListener);
-  delete _pluginListener;
-  if (_handle == nullptr) return;
+  for (Option* const option : _parentalOptions) option->removeOptionListener(_optionListener.get());
+  leavePlugin();
+  if (_pluginListener == nullptr) return;
   {
     const Lock lock(registry()._listMutex);
     const auto entry = registry()._players.find(_handle);
     if (entry != registry()._players.end() && entry->second == this) registry()._players.erase(entry);
   }
-  registry().eventThreads.waitUntilLeft(this);
+  registry().users.waitUntilLeft(this);
   registry().listeners.remove(_handle);
-  durix_player_destroy(_handle);
+  durix_player_destroy(_handle);  // a null one too: the middleware then says no
+}
+
+/// The plugin may be closing on another thread. Its listener lock is above `_lives`, so that the plugin is held by a
+/// count and not by the lock.
+void BroadcastPlayer::leavePlugin() {
+  BroadcastPlugin* plugin = nullptr;
+  {
+    const Lock lives(registry()._lives);
+    registry().living.erase(this);
+    if (registry().mainPlayer == this) registry().mainPlayer = nullptr;
+    const Lock lock(_lock);
+    plugin = _plugin;
+    if (plugin != nullptr) registry().users.enter(plugin);
+  }
+  if (plugin == nullptr) return;
+  plugin->removeListener(_pluginListener.get());
+  registry().users.leave(plugin);
 }
 
 void BroadcastPlayer::setMainPlayer(BroadcastPlayer* player) {
@@ -165,21 +176,20 @@ void BroadcastPlayer::forgetContents(const std::vector<Service*>& services) {
   }
 }
 
-void BroadcastPlayer::forgetPlugin(const BroadcastPlugin* plugin) {
-  const Lock lives(registry()._lives);
-  for (BroadcastPlayer* const player : registry().living) {
-    BroadcastPlugin* const its = player->_plugin;
-    if (its != plugin) continue;
-    player->_plugin = nullptr;
-    its->removeListener(player->_pluginListener);
-    const Lock lock(player->_lock);
-    player->_content = nullptr;
+void BroadcastPlayer::forgetPlugin(BroadcastPlugin* plugin) {
+  {
+    const Lock lives(registry()._lives);
+    for (BroadcastPlayer* const player : registry().living) {
+      {
+        const Lock lock(player->_lock);
+        if (player->_plugin != plugin) continue;
+        player->_plugin = nullptr;
+        player->_content = nullptr;
+      }
+      plugin->removeListener(player->_pluginListener.get());  // nobody is inside one while the plugin closes
+    }
   }
-}
-
-AvContent* BroadcastPlayer::content() {
-  const Lock lock(_lock);
-  return _content;
+  registry().users.waitUntilLeft(plugin);
 }
 
 void BroadcastPlayer::setContent(AvContent* content) {
@@ -188,25 +198,33 @@ void BroadcastPlayer::setContent(AvContent* content) {
 }
 
 bool BroadcastPlayer::isValid() {
-  BroadcastPlugin* const plugin = _plugin;
-  if (plugin != nullptr && (plugin->getState() == PLUGIN_ACTIVE || plugin->getRecorder() != nullptr)) return true;
+  {
+    const Lock lock(_lock);
+    if (_plugin != nullptr && (_plugin->getState() == PLUGIN_ACTIVE || _plugin->getRecorder() != nullptr)) return true;
+  }
   BC_INFO(LOG, "Tried to start BroadcastPlayer when plugin was NOT ACTIVE!");
   return false;
 }
 
-/// Tells the listener instead of starting when parental control forbids the content.
 bool BroadcastPlayer::isBlockedByParentalControl() {
-  AvContent* const playing = content();
-  return playing != nullptr && playing->isBlockedByParentalControl();
+  const Lock lock(_lock);
+  return _content != nullptr && _content->isBlockedByParentalControl();
+}
+
+std::vector<durix_esg_object> BroadcastPlayer::contentFeeds() {
+  const Lock lock(_lock);
+  return feed_chooser::feedsOf(_content);
 }
 
 bool BroadcastPlayer::start(bool flag) {
   BC_INFO(LOG, "BroadcastPlayer::start()");
   if (_handle == nullptr) BC_ERR(LOG, "ERROR in BroadcastPlayer. durixPlayer handle wasn't inited on creation");
   if (!isValid()) return false;
-  AvContent* const playing = content();
-  if (playing == nullptr) return false;
-  if (!_secondary && playing->isPlaying()) return true;
+  {
+    const Lock lock(_lock);
+    if (_content == nullptr) return false;
+    if (!_secondary && _content->isPlaying()) return true;
+  }
   if (!gate::Pass()) return false;  // the plugin is closing
   if (isBlockedByParentalControl()) {
     if (_listener == nullptr) return false;
@@ -215,7 +233,7 @@ bool BroadcastPlayer::start(bool flag) {
     _listener->playerBlocked();
     return true;
   }
-  const std::vector<durix_esg_object> feeds = feed_chooser::feedsOf(playing);
+  const std::vector<durix_esg_object> feeds = contentFeeds();
   BC_INFO(LOG, "%u Feeds found, selecting feeds to be activated", static_cast<unsigned>(feeds.size()));
   Feeds chosen;
   const std::vector<durix_esg_object> activated = chooseFeeds(feeds, &chosen);
@@ -230,13 +248,8 @@ bool BroadcastPlayer::start(bool flag) {
     BC_ERR(LOG, "durix_player_start Failed return_code = %u", code);
     return false;
   }
-  showSelectedLanguages();
-  if (!_secondary) {
-    applySharedVolume();
-    const Lock lock(_lock);
-    if (_content != nullptr) _content->setPlaying(true);
-  }
-  _started = true;
+  markStarted();
+  if (!_secondary) applySharedVolume();
   return true;
 }
 
@@ -249,8 +262,7 @@ std::vector<durix_esg_object> BroadcastPlayer::chooseFeeds(const std::vector<dur
     activated.push_back(found);
     *slot = found;
   };
-  BroadcastPlugin* const plugin = _plugin;
-  const std::string audioLanguage = plugin == nullptr ? std::string() : plugin->getPreferredAudioLanguage();
+  const std::string audioLanguage = preferredAudioLanguage();
   // A secondary player is silent: it gets neither sound nor subtitles.
   if (!_secondary) choose(&chosen->audio, DURIX_FEED_AUDIO, audioLanguage, getPreferredAudioType());
   choose(&chosen->video, DURIX_FEED_VIDEO, {}, DURIX_FEED_CONTENT_ANY);
@@ -258,7 +270,7 @@ std::vector<durix_esg_object> BroadcastPlayer::chooseFeeds(const std::vector<dur
   choose(&chosen->video, DURIX_FEED_VIDEO_SECOND, {}, DURIX_FEED_CONTENT_ANY);
   if (_subtitlesEnabled && !_secondary) {
     BC_INFO(LOG, "BroadcastPlayer::subtitles are enabled ");
-    const std::string language = plugin == nullptr ? std::string() : plugin->getPreferredSubtitleLanguage();
+    const std::string language = preferredSubtitleLanguage();
     choose(&chosen->subtitle, DURIX_FEED_SUBTITLES, language, DURIX_FEED_CONTENT_ANY);
     choose(&chosen->subtitle, DURIX_FEED_SUBTITLES_SECOND, language, DURIX_FEED_CONTENT_ANY);
   }
@@ -275,12 +287,15 @@ bool BroadcastPlayer::addFeeds(const std::vector<durix_esg_object>& feeds) {
   return true;
 }
 
-void BroadcastPlayer::showSelectedLanguages() {
+/// All at once and before anything that tells the host: feeds may change as soon as the middleware has started.
+void BroadcastPlayer::markStarted() {
   const Lock lock(_lock);
   _selectedAudioLanguage = feed_chooser::shownAudioLanguage(_feeds.audio);
   const bool subtitles = _subtitlesEnabled && !feed_chooser::isEmpty(_feeds.subtitle);
   _selectedSubtitleLanguage =
       subtitles ? getStringAttribute(&_feeds.subtitle, DURIX_ATTRIBUTE_LANGUAGE) : std::string();
+  if (!_secondary && _content != nullptr) _content->setPlaying(true);
+  _started = true;
 }
 
 void BroadcastPlayer::applySharedVolume() {
@@ -348,10 +363,10 @@ void BroadcastPlayer::handleFeedsChanged(durix_event_data* data, void* user) {
     const auto entry = registry()._players.find(static_cast<durix_player*>(user));
     if (entry == registry()._players.end() || !entry->second->_callbackRegistered) return;
     player = entry->second;
-    registry().eventThreads.enter(player);
+    registry().users.enter(player);
   }
   atBorder(LOG, "feeds changed", [&] { player->feedsChanged(data); });
-  registry().eventThreads.leave(player);
+  registry().users.leave(player);
 }
 
 void BroadcastPlayer::feedsChanged(const durix_event_data* data) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -70,9 +71,11 @@ class BroadcastPlayer : public Player {
   /// The services and their programmes are about to be deleted: players of them go on without content.
   static void forgetContents(const std::vector<Service*>& services);
   /// The plugin is about to be deleted.
-  static void forgetPlugin(const BroadcastPlugin* plugin);
+  static void forgetPlugin(BroadcastPlugin* plugin);
 
  private:
+  static constexpr const char* PARENTAL_CONTROL = "velmora.option.parentalcontrol.id";
+
   class PlayerPluginListener;
   class PlayerOptionListener;
   struct Feeds {
@@ -84,11 +87,14 @@ class BroadcastPlayer : public Player {
   static Registry& registry();
 
   void listenToParentalControl();
-  AvContent* content();
+  void leavePlugin();
   bool isBlockedByParentalControl();
+  std::vector<durix_esg_object> contentFeeds();
+  std::string preferredAudioLanguage();
+  std::string preferredSubtitleLanguage();
   std::vector<durix_esg_object> chooseFeeds(const std::vector<durix_esg_object>& feeds, Feeds* chosen);
   bool addFeeds(const std::vector<durix_esg_object>& feeds);
-  void showSelectedLanguages();
+  void markStarted();
   void applySharedVolume();
   void unregisterFeedsChanged();
   void feedsChanged(const durix_event_data* data);
@@ -109,12 +115,11 @@ class BroadcastPlayer : public Player {
   unsigned _duration = 0;          // seconds
   const int _bufferEndMargin = 4;  // seconds
   OptionGroup* _parentalOption = nullptr;
-  std::vector<Option*> _parentalOptions;            // every one that has the option listener
-  PlayerPluginListener* _pluginListener = nullptr;  // owned
-  PlayerOptionListener* _optionListener = nullptr;  // owned
+  std::vector<Option*> _parentalOptions;                  // every one that has the option listener
+  std::unique_ptr<PlayerPluginListener> _pluginListener;  // null: made without content, known to nobody
+  std::unique_ptr<PlayerOptionListener> _optionListener;
 
   // read and written without a lock
-  std::atomic<BroadcastPlugin*> _plugin = nullptr;
   std::atomic<unsigned> _lastPosition = 0;
   std::atomic<unsigned> _lastBufferEnd = 0;
   std::atomic<unsigned char> _volume = 0;
@@ -123,7 +128,9 @@ class BroadcastPlayer : public Player {
   std::atomic<bool> _blocked = false;
   std::atomic<bool> _callbackRegistered = false;
 
-  // guarded by _lock, with the host's content and selected languages
+  // guarded by _lock, with the host's content and selected languages. While it is held and the content is there, the
+  // content lives, and so does the plugin.
   RankedMutex _lock{LockRank::Player};
+  BroadcastPlugin* _plugin BC_GUARDED_BY(_lock) = nullptr;
   Feeds _feeds BC_GUARDED_BY(_lock);
 };

@@ -11,12 +11,7 @@ namespace {
 
 const LogSource LOG{Logger::loggerFactory("BC_PLAYER"), "plugins/dvbt/src/BroadcastPlayer"};
 
-const std::string PARENTAL_CONTROL = "velmora.option.parentalcontrol.id";
 const std::string PARENTAL_CONTROL_ENABLED = "velmora.option.parentalcontrol.enabled.id";
-
-std::uint32_t typeOf(const durix_esg_object& feed) {
-  return static_cast<std::uint32_t>(getIntAttribute(&feed, DURIX_ATTRIBUTE_FEED_TYPE));
-}
 
 }  // namespace
 
@@ -118,16 +113,26 @@ unsigned char BroadcastPlayer::getVolume() {
   return _volume;
 }
 
+std::string BroadcastPlayer::preferredAudioLanguage() {
+  const Lock lock(_lock);
+  return _plugin == nullptr ? std::string() : _plugin->getPreferredAudioLanguage();
+}
+
+std::string BroadcastPlayer::preferredSubtitleLanguage() {
+  const Lock lock(_lock);
+  return _plugin == nullptr ? std::string() : _plugin->getPreferredSubtitleLanguage();
+}
+
 std::uint32_t BroadcastPlayer::getPreferredAudioType() {
-  BroadcastPlugin* const plugin = _plugin;
-  const bool multichannel = plugin != nullptr && plugin->isPreferredAudioTypeMultiChannel();
+  const Lock lock(_lock);
+  const bool multichannel = _plugin != nullptr && _plugin->isPreferredAudioTypeMultiChannel();
   return multichannel ? std::uint32_t{DURIX_FEED_CONTENT_AC3} : std::uint32_t{DURIX_FEED_CONTENT_ANY};
 }
 
 std::vector<std::string> BroadcastPlayer::getAudioLanguages() {
   std::vector<std::string> languages;
-  for (const durix_esg_object& feed : feed_chooser::feedsOf(content())) {
-    const std::uint32_t type = typeOf(feed);
+  for (const durix_esg_object& feed : contentFeeds()) {
+    const std::uint32_t type = feed_chooser::typeOf(feed);
     if (type != DURIX_FEED_AUDIO && type != DURIX_FEED_AUDIO_SECOND) continue;
     languages.push_back(feed_chooser::shownAudioLanguage(feed));
     BC_INFO(LOG, "Audio Feed found, language = %s", languages.back().c_str());
@@ -137,8 +142,8 @@ std::vector<std::string> BroadcastPlayer::getAudioLanguages() {
 
 std::vector<std::string> BroadcastPlayer::getSubtitleLanguages() {
   std::vector<std::string> languages;
-  for (const durix_esg_object& feed : feed_chooser::feedsOf(content())) {
-    const std::uint32_t type = typeOf(feed);
+  for (const durix_esg_object& feed : contentFeeds()) {
+    const std::uint32_t type = feed_chooser::typeOf(feed);
     if (type != DURIX_FEED_SUBTITLES && type != DURIX_FEED_SUBTITLES_SECOND && type != DURIX_FEED_SUBTITLES_THIRD &&
         type != DURIX_FEED_SUBTITLES_FOURTH) {
       continue;
@@ -241,9 +246,7 @@ void BroadcastPlayer::enableSubtitles(bool on) {
   BC_INFO(LOG, "BroadcastPlayer::enableSubtitles: %d", static_cast<int>(on));
   if (_content == nullptr || !_started) return;
   if (on) {
-    BroadcastPlugin* const plugin = _plugin;
-    const durix_esg_object feed =
-        findSubtitles(plugin == nullptr ? std::string() : plugin->getPreferredSubtitleLanguage());
+    const durix_esg_object feed = findSubtitles(preferredSubtitleLanguage());
     if (!feed_chooser::isEmpty(feed)) {
       BC_INFO(LOG, "adding subtitlefeed");
       addFeed(&_feeds.subtitle, feed);
@@ -279,47 +282,58 @@ void BroadcastPlayer::optionChanged(Option* option) {
 }
 
 void BroadcastPlayer::parentalControlChanged(bool enabled) {
-  AvContent* const playing = content();
+  BroadcastPlugin* plugin = nullptr;
   Service* service = nullptr;
   Program* program = nullptr;
-  if (auto* const ownService = dynamic_cast<ServiceImpl*>(playing)) {
-    service = ownService;
-    program = ownService->getCurrentProgram();
-  } else if (auto* const ownProgram = dynamic_cast<ProgramImpl*>(playing)) {
-    program = ownProgram;
-    service = ownProgram->getService();
+  {
+    const Lock lock(_lock);
+    plugin = _plugin;
+    if (auto* const ownService = dynamic_cast<ServiceImpl*>(_content)) {
+      service = ownService;
+      program = ownService->getCurrentProgram();
+    } else if (auto* const ownProgram = dynamic_cast<Program*>(_content)) {
+      program = ownProgram;
+      service = ownProgram->getService();
+    }
   }
   if (program == nullptr) return;
   if (enabled) {
-    notifyProgramStarted(_plugin, service, program);
+    notifyProgramStarted(plugin, service, program);
   } else {
-    notifyProgramEnded(_plugin, service, program);
+    notifyProgramEnded(plugin, service, program);
   }
 }
 
 void BroadcastPlayer::notifyProgramStarted(Plugin* /*plugin*/, Service* service, Program* program) {
-  if (service == nullptr || service != content() || !program->isBlockedByParentalControl()) return;
+  {
+    const Lock lock(_lock);
+    if (service == nullptr || service != _content || !program->isBlockedByParentalControl()) return;
+  }
+  PlayerListener* const listener = _listener;
   _blocked = true;
   BC_WARN(LOG, "BroadcastPlayer detected ParentalControl!");
   BC_WARN(LOG, "BroadcastPlayer stopping playback based on ParentalControl!");
   stop();
-  if (_listener == nullptr) return;
+  if (listener == nullptr) return;
   BC_WARN(LOG, "BroadcastPlayer call PlayerListener.playerBlocked() by parental control");
-  _listener->playerBlocked();  // last: the host may delete this player in the call
+  listener->playerBlocked();  // last: the host may delete this player in the call
 }
 
 void BroadcastPlayer::notifyProgramEnded(Plugin* /*plugin*/, Service* service, Program* /*program*/) {
-  if (service == nullptr || service != content()) {
-    BC_INFO(LOG, "notifyProgramEnded() , was not for this service we are playing here ");
-    return;
+  {
+    const Lock lock(_lock);
+    if (service == nullptr || service != _content) {
+      BC_INFO(LOG, "notifyProgramEnded() , was not for this service we are playing here ");
+      return;
+    }
+    auto* const own = dynamic_cast<ServiceImpl*>(service);
+    Program* const next = own == nullptr ? nullptr : own->getNextProgram();
+    if (next == nullptr) {
+      BC_WARN(LOG, "Could not find the next program");
+      return;
+    }
+    if (next->isBlockedByParentalControl() || !_blocked) return;
   }
-  auto* const own = dynamic_cast<ServiceImpl*>(service);
-  Program* const next = own == nullptr ? nullptr : own->getNextProgram();
-  if (next == nullptr) {
-    BC_WARN(LOG, "Could not find the next program");
-    return;
-  }
-  if (next->isBlockedByParentalControl() || !_blocked) return;
   BC_INFO(LOG, "true, notifyProgramEnded() , next program is not blocked and block is enabled");
   _blocked = false;
   if (_listener != nullptr) _listener->playerUnblocked();  // playback is the host's to start again

@@ -1,5 +1,6 @@
 #include "BroadcastPluginImpl.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -115,6 +116,8 @@ void BroadcastPluginImpl::close() {
   // Whatever is on its way into the plugin is out again after this, and the updater asks the middleware nothing more.
   gate::shutAndWait();
   _guide.stopAndWait();
+  BroadcastPlayer::forgetPlugin(this);  // before the recordings go, which they may be playing
+  BroadcastTeletextPlayer::forgetPlugin(this);
 
   if (BroadcastRecorder* const recorder = _recorder) {
     recorder->deactivate();
@@ -136,8 +139,6 @@ void BroadcastPluginImpl::close() {
 
 void BroadcastPluginImpl::stopMiddleware() {
   removeCallbacks();
-  BroadcastPlayer::forgetPlugin(this);
-  BroadcastTeletextPlayer::forgetPlugin(this);
   if (durix_player_deinit() != DURIX_OK) BC_INFO(LOG, "Error while closing player %s", _name.c_str());
   if (durix_deinit(_durixHandle) != DURIX_OK) BC_INFO(LOG, "Error while closing %s", _name.c_str());
 }
@@ -218,7 +219,11 @@ void BroadcastPluginImpl::notifyPlayer(Plugin* plugin, bool isStarted, bool hasE
   std::optional<RankedHold> lock;
   if (_listenerMutex != nullptr) lock.emplace(*_listenerMutex, LockRank::Listener);
   const std::vector<PluginListener*> listeners = _listeners;
-  for (PluginListener* const listener : listeners) listener->notifyPlayer(plugin, isStarted, hasError);
+  for (PluginListener* const listener : listeners) {
+    // One may delete a player, and with it a later listener, all the same.
+    const bool isStillThere = std::find(_listeners.begin(), _listeners.end(), listener) != _listeners.end();
+    if (isStillThere) listener->notifyPlayer(plugin, isStarted, hasError);
+  }
 }
 
 void BroadcastPluginImpl::initializeRecorder() {

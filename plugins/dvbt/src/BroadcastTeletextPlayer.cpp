@@ -5,11 +5,12 @@
 
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
-#include "guide/EsgAttributes.h"
+#include "playback/FeedChooser.h"
 #include "playback/ListenerDirectory.h"
 #include "support/Border.h"
 #include "support/Gate.h"
 #include "support/Log.h"
+#include "support/Visitors.h"
 
 namespace {
 
@@ -32,6 +33,11 @@ struct BroadcastTeletextPlayer::Registry {
 
   RankedMutex _playersMutex{LockRank::Player};
   std::map<durix_player*, BroadcastTeletextPlayer*> _players BC_GUARDED_BY(_playersMutex);
+
+  // A leaf, because the middleware may hand over a picture from inside any call.
+  RankedMutex _containers{LockRank::Leaf};
+  std::set<const void*> shown BC_GUARDED_BY(_containers);  // the players that take pictures
+  Visitors pictures;                                       // on their way into one of them
 };
 
 BroadcastTeletextPlayer::Registry& BroadcastTeletextPlayer::registry() {
@@ -50,10 +56,14 @@ BroadcastTeletextPlayer::BroadcastTeletextPlayer(BroadcastPlugin* plugin, AvCont
     BC_ERR(LOG, "BroadcastTeletextPlayer Failed, no content provided");
     return;
   }
+  _hasContent = true;
   _content = content;
   _plugin = plugin;
-  // Before the middleware knows of this player: a picture may come at once.
   if (listener != nullptr) _imageListeners.push_back(listener);
+  {
+    const Lock lock(registry()._containers);
+    registry().shown.insert(this);  // before the middleware knows of this player: a picture may come at once
+  }
   const durix_render_data render = renderData(window);
   const durix_return_code code = durix_player_create(&_handle, &render, listener);
   if (code != DURIX_OK) {
@@ -72,18 +82,23 @@ BroadcastTeletextPlayer::BroadcastTeletextPlayer(BroadcastPlugin* plugin, AvCont
 
 BroadcastTeletextPlayer::~BroadcastTeletextPlayer() {
   BroadcastTeletextPlayer::stop();
+  if (!_hasContent) return;
   {
     const Lock lock(registry()._lives);
     registry().living.erase(this);
   }
-  if (_handle == nullptr) return;
   {
     const Lock lock(registry()._playersMutex);
     const auto entry = registry()._players.find(_handle);
     if (entry != registry()._players.end() && entry->second == this) registry()._players.erase(entry);
   }
+  {
+    const Lock lock(registry()._containers);
+    registry().shown.erase(this);
+  }
+  registry().pictures.waitUntilLeft(this);
   registry().listeners.remove(_handle);
-  durix_player_destroy(_handle);  // returns when no picture is being handed over
+  durix_player_destroy(_handle);  // a null one too: the middleware then says no
 }
 
 void BroadcastTeletextPlayer::forgetContents(const std::vector<Service*>& services) {
@@ -100,9 +115,9 @@ void BroadcastTeletextPlayer::forgetContents(const std::vector<Service*>& servic
 void BroadcastTeletextPlayer::forgetPlugin(const BroadcastPlugin* plugin) {
   const Lock lives(registry()._lives);
   for (BroadcastTeletextPlayer* const player : registry().living) {
+    const Lock lock(player->_lock);
     if (player->_plugin != plugin) continue;
     player->_plugin = nullptr;
-    const Lock lock(player->_lock);
     player->_content = nullptr;
   }
 }
@@ -130,8 +145,10 @@ Canvas* BroadcastTeletextPlayer::getCanvas() {
 }
 
 bool BroadcastTeletextPlayer::isValid() {
-  BroadcastPlugin* const plugin = _plugin;
-  if (plugin != nullptr && plugin->getState() == PLUGIN_ACTIVE) return true;
+  {
+    const Lock lock(_lock);
+    if (_plugin != nullptr && _plugin->getState() == PLUGIN_ACTIVE) return true;
+  }
   BC_INFO(LOG, "Tried to start BroadcastTeletextPlayer when plugin was NOT ACTIVE!");
   return false;
 }
@@ -145,11 +162,12 @@ bool BroadcastTeletextPlayer::start(bool flag) {
   std::vector<durix_esg_object> teletext;
   {
     const Lock lock(_lock);
+    if (_content == nullptr) return false;
     feeds = feedsOf(_content);
   }
   BC_INFO(LOG, "%u Feeds found, selecting feeds to be activated", static_cast<unsigned>(feeds.size()));
   for (const durix_esg_object& feed : feeds) {
-    if (getIntAttribute(&feed, DURIX_ATTRIBUTE_FEED_TYPE) == DURIX_FEED_TELETEXT) teletext.push_back(feed);
+    if (feed_chooser::typeOf(feed) == DURIX_FEED_TELETEXT) teletext.push_back(feed);
   }
   BC_INFO(LOG, "found %u Feeds to be activated", static_cast<unsigned>(teletext.size()));
   {
@@ -239,9 +257,15 @@ void BroadcastTeletextPlayer::handleImageReceived(FFPic* picture) {
 
 void BroadcastTeletextPlayer::imageReceivedEvent(void* picture, void* user) {
   const gate::Pass pass;
-  if (!pass || user == nullptr) return;
+  if (!pass) return;
+  {
+    const Lock lock(registry()._containers);
+    if (!registry().shown.contains(user)) return;  // it has just died
+    registry().pictures.enter(user);
+  }
   atBorder(LOG, "picture",
            [&] { static_cast<BroadcastTeletextPlayer*>(user)->handleImageReceived(static_cast<FFPic*>(picture)); });
+  registry().pictures.leave(user);
 }
 
 void BroadcastTeletextPlayer::sendNotifyPlayer(durix_player* player, Plugin* /*plugin*/, bool isStarted,

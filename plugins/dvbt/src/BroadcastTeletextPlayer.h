@@ -49,13 +49,14 @@ class BroadcastTeletextPlayer : public Player {
   // fixed after construction
   durix_player* _handle = nullptr;
   void* _window;
+  bool _hasContent = false;                      // false: made without, and known to nobody
   std::vector<PlayerListener*> _imageListeners;  // the host's
 
   // read and written without a lock
-  std::atomic<BroadcastPlugin*> _plugin = nullptr;
   std::atomic<bool> _started = false;
 
   // guarded by _lock, with the host's content
   RankedMutex _lock{LockRank::Player};
+  BroadcastPlugin* _plugin BC_GUARDED_BY(_lock) = nullptr;
   std::vector<durix_esg_object> _teletextFeeds BC_GUARDED_BY(_lock);
 };

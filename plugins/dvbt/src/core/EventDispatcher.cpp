@@ -8,6 +8,7 @@
 #include "guide/GuideUpdater.h"
 #include "guide/ServiceList.h"
 #include "settings/SettingsOptions.h"
+#include "support/Border.h"
 #include "support/Log.h"
 #include "support/MwMemory.h"
 #include "tuning/ChannelScan.h"
@@ -296,6 +297,6 @@ void EventDispatcher::programEventsChanged() {
 
 void EventDispatcher::playerEvent(const char* name, durix_player* player, bool isStarted, bool hasError) {
   BC_INFO(LOG, "%s", name);
-  _host.notifyPlayer(isStarted, hasError);
+  atBorder(LOG, name, [&] { _host.notifyPlayer(isStarted, hasError); });  // the player hears of it whatever that throws
   BroadcastPlayer::sendNotifyPlayer(player, &_host.plugin(), isStarted, hasError);
 }

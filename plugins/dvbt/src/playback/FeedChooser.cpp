@@ -18,10 +18,6 @@ const LogSource LOG{Logger::loggerFactory("BC_PLAYER"), "plugins/dvbt/src/Broadc
 const std::string AC3_SUFFIX = " / AC-3";
 const std::string SEPARATOR = " / ";
 
-std::uint32_t typeOf(const durix_esg_object& feed) {
-  return static_cast<std::uint32_t>(getIntAttribute(&feed, DURIX_ATTRIBUTE_FEED_TYPE));
-}
-
 std::uint32_t contentTypeOf(const durix_esg_object& feed) {
   return static_cast<std::uint32_t>(getIntAttribute(&feed, DURIX_ATTRIBUTE_FEED_CONTENT_TYPE));
 }
@@ -48,6 +44,10 @@ std::optional<durix_esg_object> pass(const std::vector<durix_esg_object>& feeds,
 }
 
 }  // namespace
+
+std::uint32_t typeOf(const durix_esg_object& feed) {
+  return static_cast<std::uint32_t>(getIntAttribute(&feed, DURIX_ATTRIBUTE_FEED_TYPE));
+}
 
 std::vector<durix_esg_object> feedsOf(AvContent* content) {
   if (auto* const service = dynamic_cast<ServiceImpl*>(content)) return service->getFeeds();

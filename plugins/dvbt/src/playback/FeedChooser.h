@@ -22,6 +22,8 @@ inline bool isEmpty(const durix_esg_object& feed) {
   return feed.kind == 0;
 }
 
+std::uint32_t typeOf(const durix_esg_object& feed);  // attribute 26
+
 /// The feed's language as the host shows it: with " / AC-3" for multichannel audio. Empty for an empty record.
 std::string shownAudioLanguage(const durix_esg_object& feed);
 
