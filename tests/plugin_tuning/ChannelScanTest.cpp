@@ -19,7 +19,7 @@ class ChannelScanTest : public testing::Test {
         <location><name>C</name><type>DVB-C</type><frequencies><single/><single/></frequencies></location>
         <location><name>Broken</name><type>ATSC</type></location></locations>)"));
     scan.setReceiverReady();
-    platform.takeTranscript();
+    platform.take();
   }
 
   ScriptedPlatform platform;
@@ -54,9 +54,10 @@ TEST_F(ChannelScanTest, TakesTheReceiverOfTheProviderInUse) {
     providers.setActive(row.active);
     providers.setMatched(row.matched);
     plugin.protocol = row.announced;
-    platform.takeTranscript();
+    platform.take();
     EXPECT_EQ(scan.requestDiscover("anywhere", false), *row.scanned != '\0');
-    EXPECT_EQ(platform.transcript.empty() ? "" : platform.transcript.back(), row.scanned);
+    const Lines lines = platform.take();
+    EXPECT_EQ(lines.empty() ? "" : lines.back(), row.scanned);
   }
 }
 
@@ -95,35 +96,35 @@ TEST_F(ChannelScanTest, TakesTheRunningServicesDownInOrder) {
   providers.setActive(providers.providers()[0]);
   providers.setMatched(providers.providers()[0]);
   plugin.state = PLUGIN_ACTIVE;
-  platform.failing = {"unmount 7", "deactivate 8"};
-  platform.takeTranscript();
+  platform.failing = {{"durix_provider_unmount(provider 7)", 1}, {"durix_provider_deactivate(provider 8)", 1}};
+  platform.take();
   const durix_scan_configuration nothing{0, nullptr};
   EXPECT_TRUE(scan.discover(&nothing, BROADCAST_PROTOCOL_DVB, static_cast<ReceiverType>(6), true));
-  EXPECT_EQ(platform.takeTranscript(), (Lines{"WARN discover::",
-                                              "deactivateRecorder",
-                                              "disableUpdater",
-                                              "joinUpdater",
-                                              "clearNotificationTimer",
-                                              "dropUpdateNotices",
-                                              "clearNotifier",
-                                              "deactivate 7",
-                                              "INFO deactivate Successfull",
-                                              "unmount 7",
-                                              "INFO unmount Failed",
-                                              "ERR providerUnmount failed",
-                                              "state 1",
-                                              "deactivate 8",
-                                              "INFO deactivate Failed",
-                                              "ERR providerDeactivate failed",
-                                              "state 1",
-                                              "unmount 8",
-                                              "INFO unmount Successfull",
-                                              "discover_start 1 0 0 flag",
-                                              "INFO discover() started succesfull",
-                                              "state 4",
-                                              "stopRecommendations",
-                                              "deleteAll",
-                                              "removeReminders"}));
+  EXPECT_EQ(platform.take(), (Lines{"WARN discover::",
+                                    "deactivateRecorder",
+                                    "disableUpdater",
+                                    "joinUpdater",
+                                    "clearNotificationTimer",
+                                    "dropUpdateNotices",
+                                    "clearNotifier",
+                                    "durix_provider_deactivate(provider 7)",
+                                    "INFO deactivate Successfull",
+                                    "durix_provider_unmount(provider 7)",
+                                    "INFO unmount Failed",
+                                    "ERR providerUnmount failed",
+                                    "state 1",
+                                    "durix_provider_deactivate(provider 8)",
+                                    "INFO deactivate Failed",
+                                    "ERR providerDeactivate failed",
+                                    "state 1",
+                                    "durix_provider_unmount(provider 8)",
+                                    "INFO unmount Successfull",
+                                    "durix_discover_start(1,0,0,1)",
+                                    "INFO discover() started succesfull",
+                                    "state 4",
+                                    "stopRecommendations",
+                                    "deleteAll",
+                                    "removeReminders"}));
   EXPECT_EQ(providers.active(), nullptr);
   EXPECT_EQ(providers.matched(), nullptr);
 }

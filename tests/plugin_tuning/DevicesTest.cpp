@@ -21,23 +21,24 @@ class DevicesTest : public testing::Test {
 };
 
 TEST_F(DevicesTest, AsksForTheDevicesOnce) {
-  platform.failing = {"device_get"};
+  platform.devices.clear();
+  platform.failing = {{"durix_device_get()", 1}};
   EXPECT_TRUE(cache.getDevices().empty());
   platform.failing = {};
   EXPECT_TRUE(cache.getDevices().empty());  // none yet: the next call asks again
-  platform.devices = 2;
+  platform.devices = {{}, {{1}}};
   const std::vector<Device*> devices = cache.getDevices();
   ASSERT_EQ(devices.size(), 2U);
   EXPECT_EQ(static_cast<const durix_device*>(devices[1]->getRecord())->words[0], 1U);
-  platform.devices = 3;
+  platform.devices.resize(3);
   EXPECT_EQ(cache.getDevices(), devices);
-  EXPECT_EQ(platform.liveAllocations, 1);  // the records stay as long as the cache
+  EXPECT_EQ(platform.liveAllocations(), 1);  // the records stay as long as the cache
   cache.clear();
-  EXPECT_EQ(platform.takeTranscript(), (Lines{"device_get", "ERR Could not get devices", "device_get", "device_get"}));
+  EXPECT_EQ(platform.take(),
+            (Lines{"durix_device_get()", "ERR Could not get devices", "durix_device_get()", "durix_device_get()"}));
   plugin.hasHandle = false;
   EXPECT_TRUE(cache.getDevices().empty());
-  EXPECT_EQ(platform.takeTranscript(), Lines{"ERR Invalid durix handle"});
-  for (const Device* d : devices) delete d;
+  EXPECT_EQ(platform.take(), Lines{"ERR Invalid durix handle"});
 }
 
 TEST_F(DevicesTest, KnowsOnlyWiFiAsATunerType) {
@@ -69,22 +70,24 @@ TEST_F(DevicesTest, SaysWhichRequestFailed) {
     const char* error;
   };
   const Row rows[] = {
-      {[](ReceiverControl& c) { return c.listSelectedReceivers(); }, "request 11",
+      {[](ReceiverControl& c) { return c.listSelectedReceivers(); }, "durix_device_execute_request(11)",
        "ERR Failed to list selected receivers"},
-      {[](ReceiverControl& c) { return c.listReceivers(); }, "request 12", "ERR Failed to list available receivers"},
-      {[](ReceiverControl& c) { return c.selectReceiver(RECEIVER_ATSC, "", ""); }, "request 13",
+      {[](ReceiverControl& c) { return c.listReceivers(); }, "durix_device_execute_request(12)",
+       "ERR Failed to list available receivers"},
+      {[](ReceiverControl& c) { return c.selectReceiver(RECEIVER_ATSC, "", ""); }, "durix_device_execute_request(13)",
        "ERR Failed to add access point"},
-      {[](ReceiverControl& c) { return c.resetReceiversToDefaults(); }, "request 14",
+      {[](ReceiverControl& c) { return c.resetReceiversToDefaults(); }, "durix_device_execute_request(14)",
        "ERR Failed to reset receivers to defaults"},
-      {[](ReceiverControl& c) { return c.setAddress("::1", 1); }, "request 1", "ERR Failed to set address"},
+      {[](ReceiverControl& c) { return c.setAddress("::1", 1); }, "durix_device_execute_request(1)",
+       "ERR Failed to set address"},
   };
   for (const Row& row : rows) {
     EXPECT_TRUE(row.call(control));
-    platform.failing = {row.request};
+    platform.failing = {{row.request, 1}};
     EXPECT_FALSE(row.call(control));
     platform.failing = {};
     EXPECT_FALSE(row.call(nobody));
-    EXPECT_EQ(platform.takeTranscript(), (Lines{row.request, row.request, row.error, row.error}));
+    EXPECT_EQ(platform.take(), (Lines{row.request, row.request, row.error, row.error}));
   }
 }
 
@@ -94,8 +97,8 @@ TEST_F(DevicesTest, SendsNothingIncomplete) {
   platform.hasMemory = false;
   EXPECT_FALSE(control.selectReceiver(RECEIVER_ATSC, "a", "b"));
   EXPECT_FALSE(control.setAddress("a", 1));
-  EXPECT_EQ(platform.takeTranscript(), (Lines{"ERR Failed to add access point", "ERR Failed to set address",
-                                              "ERR Failed to add access point", "ERR Failed to set address"}));
+  EXPECT_EQ(platform.take(), (Lines{"ERR Failed to add access point", "ERR Failed to set address",
+                                    "ERR Failed to add access point", "ERR Failed to set address"}));
 }
 
 }  // namespace

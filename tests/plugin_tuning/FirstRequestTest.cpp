@@ -18,14 +18,14 @@ TEST(FirstRequestTest, StartsAScanOnceTheUserHasAskedAndAReceiverIsReady) {
   EXPECT_TRUE(early.requestDiscover("A", true)) << "the receiver was announced before";
 
   ChannelScan late(providers, locations, plugin);
-  platform.takeTranscript();
+  platform.take();
   EXPECT_FALSE(late.requestDiscover("A", true));
   EXPECT_EQ(late.currentScanConfiguration()->name, "A");
   EXPECT_TRUE(late.requestDiscover("RECEIVER_READY", true));
-  EXPECT_EQ(platform.takeTranscript(), (Lines{"INFO requestSpecificDiscover UI, trying location = A",
-                                              "INFO requestDiscover:: scan conf set location = A",
-                                              "INFO requestSpecificDiscover VM, location = RECEIVER_READY",
-                                              "discover 0 frequencies, protocol 1, receiver 1, flag"}));
+  EXPECT_EQ(platform.take(), (Lines{"INFO requestSpecificDiscover UI, trying location = A",
+                                    "INFO requestDiscover:: scan conf set location = A",
+                                    "INFO requestSpecificDiscover VM, location = RECEIVER_READY",
+                                    "discover 0 frequencies, protocol 1, receiver 1, flag"}));
 
   ChannelScan again(providers, locations, plugin);
   again.setCurrentScanConfiguration(late.currentScanConfiguration());

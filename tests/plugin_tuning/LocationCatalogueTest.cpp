@@ -41,26 +41,25 @@ class LocationCatalogueTest : public testing::Test {
 };
 
 TEST_F(LocationCatalogueTest, ListsLocationFilesWithTheFullScansFirst) {
-  platform.takeTranscript();
-  platform.directory = {entry(2, "se.xml"),
-                        entry(2, "fullscan-t.xml"),
-                        entry(2, "SE.XML"),
-                        entry(1, "dir.xml"),
-                        entry(2, "xml"),
-                        entry(2, ".xml"),
-                        entry(2, "fullscan"),
-                        entry(2, "no.xml.bak"),
-                        entry(2, std::string(251, 'x') + ".xml"),
-                        entry(2, "a.fullscan.xml")};
-  const std::string directory = "/system.library_directory/locations/";
+  platform.take();
+  platform.listing = {entry(2, "se.xml"),
+                      entry(2, "fullscan-t.xml"),
+                      entry(2, "SE.XML"),
+                      entry(1, "dir.xml"),
+                      entry(2, "xml"),
+                      entry(2, ".xml"),
+                      entry(2, "fullscan"),
+                      entry(2, "no.xml.bak"),
+                      entry(2, std::string(251, 'x') + ".xml"),
+                      entry(2, "a.fullscan.xml")};
+  const std::string directory = "/library/locations/";
   EXPECT_EQ(catalogue.loadLocationFileNames(), (Lines{directory + "fullscan-t.xml", directory + "se.xml",
                                                       directory + ".xml", directory + "a.fullscan.xml"}));
-  EXPECT_EQ(platform.takeTranscript(),
-            (Lines{"INFO loadLocationFileNames " + directory, "INFO LOCATION_FULL_SCAN found"}));
+  EXPECT_EQ(platform.take(), (Lines{"INFO loadLocationFileNames " + directory, "INFO LOCATION_FULL_SCAN found"}));
 }
 
 TEST_F(LocationCatalogueTest, OffersEachNameOnceWithTheFirstIcon) {
-  EXPECT_EQ(platform.takeTranscript(),
+  EXPECT_EQ(platform.take(),
             (Lines{"INFO _locations push = b", "INFO _locations push = Full Scan", "INFO _locations push = A"}));
   EXPECT_EQ(catalogue.locationNames(), (Lines{"Full Scan", "A", "b"}));
   EXPECT_EQ(catalogue.getCountriesAndFlags().at("b"), "b1");
@@ -116,7 +115,7 @@ TEST_F(LocationCatalogueTest, ForgetsEverythingAtTheEnd) {
   EXPECT_TRUE(catalogue.empty());
   EXPECT_TRUE(catalogue.locationNames().empty());
   EXPECT_TRUE(catalogue.getCountriesAndFlags().empty());
-  EXPECT_EQ(platform.liveAllocations, 0);
+  EXPECT_EQ(platform.liveAllocations(), 0);
 }
 
 TEST(LocationSorterTest, OrdersNames) {

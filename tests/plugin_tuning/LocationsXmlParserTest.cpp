@@ -75,7 +75,7 @@ TEST_F(LocationsXmlParserTest, ReadsFrequenciesInDocumentOrder) {
     ASSERT_TRUE(parser.parseBCLocationData(location.get()));
     EXPECT_EQ(described(*location->scanConfiguration), row.expected);
     location->releaseScanConfiguration();
-    EXPECT_EQ(platform.takeTranscript(), Lines());
+    EXPECT_EQ(platform.take(), Lines());
   }
 }
 
@@ -124,7 +124,7 @@ TEST_F(LocationsXmlParserTest, SaysWhyALocationCannotBeScanned) {
     EXPECT_FALSE(parser.parseBCLocationData(location.get()));
     Lines expected = row.lines;
     if (const auto at = expected[0].find('@'); at != std::string::npos) expected[0].replace(at, 1, location->filePath);
-    EXPECT_EQ(platform.takeTranscript(), expected);
+    EXPECT_EQ(platform.take(), expected);
     ASSERT_EQ(location->scanConfiguration != nullptr, row.attached);
     if (row.attached) {
       EXPECT_EQ(location->scanConfiguration->count, 0U);
@@ -132,7 +132,7 @@ TEST_F(LocationsXmlParserTest, SaysWhyALocationCannotBeScanned) {
     location->releaseScanConfiguration();
   }
   EXPECT_FALSE(parser.parseBCLocationData(nullptr));
-  EXPECT_EQ(platform.takeTranscript(), Lines{"ERR Location not created!"});
+  EXPECT_EQ(platform.take(), Lines{"ERR Location not created!"});
 }
 
 TEST_F(LocationsXmlParserTest, ReplacesTheConfigurationWhenAskedAgain) {

@@ -40,29 +40,40 @@ TEST_F(ProviderRegistryTest, ChoosesAndMountsAProviderAfterAScan) {
     std::uint32_t matchedBefore;  // 0: none
     BroadcastProtocolType protocol;
     std::set<std::uint32_t> matching;
-    std::set<std::string> failing;
+    std::map<std::string, durix_return_code> failing;
     bool found;
     std::uint32_t matchedAfter;
     Lines calls;  // after the fetch
   };
   const Row rows[] = {
-      {"the matched one comes first", 8, BROADCAST_PROTOCOL_DVB, {7}, {}, true, 8, {"mount 8"}},
+      {"the matched one comes first",
+       8,
+       BROADCAST_PROTOCOL_DVB,
+       {7},
+       {},
+       true,
+       8,
+       {"durix_provider_mount(provider 8)"}},
       {"the first that matches and can be mounted",
        0,
        BROADCAST_PROTOCOL_DVB,
        {8, 9},
-       {"mount 8"},
+       {{"durix_provider_mount(provider 8)", 3}},
        true,
        9,
-       {"match 7", "match 8", "mount 8", "match 9", "mount 9"}},
+       {"durix_provider_match(provider 7,1,1)", "durix_provider_match(provider 8,1,1)",
+        "durix_provider_mount(provider 8)", "durix_provider_match(provider 9,1,1)",
+        "durix_provider_mount(provider 9)"}},
       {"a matched one that cannot be mounted",
        7,
        BROADCAST_PROTOCOL_DVB,
        {9},
-       {"mount 7"},
+       {{"durix_provider_mount(provider 7)", 3}},
        true,
        9,
-       {"mount 7", "match 7", "match 8", "match 9", "mount 9"}},
+       {"durix_provider_mount(provider 7)", "durix_provider_match(provider 7,1,1)",
+        "durix_provider_match(provider 8,1,1)", "durix_provider_match(provider 9,1,1)",
+        "durix_provider_mount(provider 9)"}},
       {"a matched one that is gone is left for others",
        5,
        BROADCAST_PROTOCOL_DVB,
@@ -70,16 +81,17 @@ TEST_F(ProviderRegistryTest, ChoosesAndMountsAProviderAfterAScan) {
        {},
        true,
        7,
-       {"match 7", "mount 7"}},
+       {"durix_provider_match(provider 7,1,1)", "durix_provider_mount(provider 7)"}},
       {"no receiver was announced", 0, BROADCAST_PROTOCOL_NONE, {7}, {}, false, 0, {}},
       {"the last candidate stays matched",
        0,
        BROADCAST_PROTOCOL_DVB,
        {8},
-       {"mount 8"},
+       {{"durix_provider_mount(provider 8)", 3}},
        false,
        8,
-       {"match 7", "match 8", "mount 8", "match 9"}},
+       {"durix_provider_match(provider 7,1,1)", "durix_provider_match(provider 8,1,1)",
+        "durix_provider_mount(provider 8)", "durix_provider_match(provider 9,1,1)"}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.reason);
@@ -87,15 +99,16 @@ TEST_F(ProviderRegistryTest, ChoosesAndMountsAProviderAfterAScan) {
     registry.setMatched(row.matchedBefore == 0 ? nullptr : &before);
     plugin.protocol = row.protocol;
     platform.providers = {record(7), record(8), record(9)};
-    platform.matching = row.matching;
     platform.failing = row.failing;
-    platform.takeTranscript();
+    platform.setMatching(row.matching);
+    platform.take();
     EXPECT_EQ(registry.init_provider(), row.found);
     const BroadcastProvider* const after = registry.matched();
     EXPECT_EQ(after == nullptr ? 0 : const_cast<BroadcastProvider*>(after)->getProviderData()->identity,
               row.matchedAfter);
-    Lines calls = platform.takeTranscript();
-    std::erase_if(calls, [](const std::string& line) { return line.starts_with("INFO") || line == "providers_get"; });
+    Lines calls = platform.take();
+    std::erase_if(calls,
+                  [](const std::string& line) { return line.starts_with("INFO") || line == "durix_providers_get()"; });
     EXPECT_EQ(calls, row.calls);
     registry.forgetChoices();
   }
@@ -103,10 +116,10 @@ TEST_F(ProviderRegistryTest, ChoosesAndMountsAProviderAfterAScan) {
 
 TEST_F(ProviderRegistryTest, LeavesTheMatchedOneWhenNothingMatches) {
   platform.providers = {record(7), record(8)};
-  platform.matching = {8};
+  platform.setMatching({8});
   ASSERT_TRUE(registry.fetchProviders());
   EXPECT_EQ(registry.firstMatching(BROADCAST_PROTOCOL_DVB, RECEIVER_DVB_T), registry.providers()[1]);
-  platform.matching = {};
+  platform.setMatching({});
   EXPECT_EQ(registry.firstMatching(BROADCAST_PROTOCOL_DVB, RECEIVER_DVB_T), nullptr);
   EXPECT_EQ(registry.matched(), registry.providers()[1]);
 }

@@ -1,38 +1,23 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <map>
 #include <set>
 #include <string>
-#include <vector>
 
-#include "durix/durix.h"
+#include "tests/support/ScriptedMiddleware.h"
 #include "tuning/ChannelScan.h"
 #include "tuning/DeviceCache.h"
 #include "tuning/ProviderRegistry.h"
 
-using Lines = std::vector<std::string>;
-
-/// Middleware and host as the tests script them: what is asked of them and what is logged ends up in one transcript,
-/// `LEVEL text` for a line and the call's name with what it was asked for. Used by one thread at a time.
-struct ScriptedPlatform {
+/// The scripted middleware, with the files of a test.
+struct ScriptedPlatform : ScriptedMiddleware {
   ScriptedPlatform();
-  ~ScriptedPlatform();
+  ~ScriptedPlatform() override;
 
-  Lines takeTranscript();
+  /// Of the providers only these match a receiver of DVB-T.
+  void setMatching(const std::set<std::uint32_t>& identities);
 
-  Lines transcript;
-  std::set<std::string> failing;     // transcript lines of calls that fail
-  std::set<std::uint32_t> matching;  // identities of providers that match any receiver
-  std::vector<durix_provider> providers;
-  std::vector<ostiv_directory_entry> directory;
-  std::uint32_t devices = 0;
-  std::map<std::uint32_t, std::string> properties;
-  std::vector<std::uint8_t> request;  // the data of the last device request
-  std::set<std::string> files;        // removed at the end
-  int liveAllocations = 0;
-  bool hasMemory = true;
+  std::set<std::string> paths;  // removed at the end
 };
 
 /// The plugin above the components.
@@ -64,7 +49,7 @@ class ScriptedPlugin final : public ProviderHost, public ScanHost, public Device
   std::function<void()> onDeleteAll;
 
  private:
-  static void note(const char* line);
+  static void note(const std::string& line) { ScriptedMiddleware::current()->note(line); }
 };
 
 /// Writes a file for the running test and returns its path.

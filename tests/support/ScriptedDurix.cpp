@@ -137,12 +137,21 @@ durix_return_code durix_discover_cancel(durix_handle* /*handle*/) {
 
 durix_return_code durix_device_get(durix_handle* /*handle*/, durix_device** devices, uint32_t* count) {
   if (const auto code = note("durix_device_get"); code != 0) return code;
-  giveArray("durix_device_get", std::vector<durix_device>(1), devices, count);
+  const auto lock = world();
+  giveArray("durix_device_get", middleware().devices, devices, count);
   return 0;
 }
 durix_return_code durix_device_execute_request(void* /*device*/, uint32_t request, void* data) {
+  const auto* const bytes = static_cast<std::uint8_t*>(data);
+  const std::size_t size = request == DURIX_REQUEST_SET_ADDRESS ? sizeof(durix_request_address)
+                           : request == DURIX_REQUEST_SELECT    ? sizeof(durix_request_select)
+                                                                : 0;
+  {
+    const auto lock = world();
+    middleware().request.assign(bytes, bytes + size);
+  }
   ostiv_mem_free(data);
-  return note("durix_device_execute_request", number(request));
+  return note("durix_device_execute_request", number(request)) == 0 ? 7 : 1;  // of this call 1 alone is a failure
 }
 
 // ---- guide objects ----

@@ -95,11 +95,13 @@ class ScriptedMiddleware {
   std::map<Attribute, std::string> texts;
   std::map<Attribute, int> numbers;
   std::map<Attribute, std::vector<int>> arrays;  // else the number alone
+  std::vector<durix_device> devices = std::vector<durix_device>(1);
   std::map<std::uint32_t, std::string> properties;
   std::map<std::string, std::string> files;
   std::string library = "/lib";
   std::vector<ostiv_directory_entry> listing;  // of its locations
   std::vector<Registration> registrations;
+  std::vector<std::uint8_t> request;   // the data of the last device request
   std::list<durix_esg_object> timers;  // every one that was ever made
   std::uint32_t nextTimer = 900;
   std::atomic<std::int64_t> time = 1000000;
@@ -107,7 +109,8 @@ class ScriptedMiddleware {
   std::uint32_t lostBytes = 0;  // of a file between its opening and its reading
 
   // ---- what it does besides; set while no other thread asks ----
-  std::map<std::string, durix_return_code> failing;     // by the call's name, or by its whole line
+  std::map<std::string, durix_return_code> failing;  // by the call's name, or by its whole line
+  bool hasMemory = true;
   bool failuresWrite = false;                           // reads of attributes that fail write all the same
   int failNth = 0;                                      // the n-th call of all fails, counted from 1
   std::set<std::string> emptyHanded;                    // calls that succeed and hand out null, counted as 3

@@ -9,7 +9,10 @@ using namespace scripted;
 extern "C" {
 
 void* ostiv_mem_calloc(size_t count, size_t size) {
-  if (ScriptedMiddleware::current() != nullptr) middleware().allocated();
+  if (ScriptedMiddleware::current() != nullptr) {
+    if (!middleware().hasMemory) return nullptr;
+    middleware().allocated();
+  }
   return std::calloc(count, size);
 }
 
