@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "middleware/si/EitReader.h"
 #include "middleware/si/MultiplexScanner.h"
 #include "middleware/si/ScannedService.h"
 #include "middleware/si/TableReaders.h"
@@ -29,6 +30,7 @@ void readTables(std::span<const std::uint8_t> bytes) {
   durix::readPmt(sections[0], 0x100);
   durix::readSdt(sections, durix::DefaultTable::Iso6937);
   durix::readNit(sections, durix::DefaultTable::Latin1);
+  durix::readEit(sections[0]);
   copy[0] = durix::TOT_TABLE;
   copy[1] &= 0x7F;
   durix::readTime(sections[0]);

@@ -28,8 +28,8 @@ constexpr seconds CHECK_INTERVAL(30);  // whether a stream is still the one that
 
 }  // namespace
 
-GuideCollector::GuideCollector(const Parts& parts)
-    : _parts(parts), _thread([this](const std::stop_token& stop) { run(stop); }) {}
+GuideCollector::GuideCollector(Parts parts)
+    : _parts(std::move(parts)), _thread([this](const std::stop_token& stop) { run(stop); }) {}
 
 GuideCollector::Progress GuideCollector::progress() const {
   const std::scoped_lock lock(_mutex);

@@ -35,7 +35,7 @@ class GuideCollector {
     /// Whether no receiver is free, as while a scan needs the only one.
     std::function<bool()> isBusy;
   };
-  explicit GuideCollector(const Parts& parts);
+  explicit GuideCollector(Parts parts);
   GuideCollector(const GuideCollector&) = delete;
   GuideCollector& operator=(const GuideCollector&) = delete;
 
@@ -74,8 +74,8 @@ class GuideCollector {
   const Parts _parts;
 
   // the thread's own
-  std::shared_ptr<const Catalogue> _catalogue;     // that the following is about
-  std::map<std::uint32_t, Read> _read;             // by multiplex
+  std::shared_ptr<const Catalogue> _catalogue;  // that the following is about
+  std::map<std::uint32_t, Read> _read;          // by multiplex
   bool _isStoreFailing = false;
   std::optional<Clock::time_point> _changedSince;  // and nobody was told
   std::optional<Clock::time_point> _forgotten;     // what is old, the last time

@@ -8,6 +8,8 @@ namespace durix {
 namespace {
 // A satellite of hundreds of services with all their tables has some tens of thousands.
 constexpr std::size_t MOST_SUBTABLES = 1U << 17;
+// Sections of versions that are not whole yet; a schedule of a busy satellite has some thousands at a time.
+constexpr std::size_t MOST_WAITING = 1U << 15;
 constexpr unsigned SECTIONS_OF_SEGMENT = 8;
 
 bool isPresentFollowing(std::uint8_t table) {
@@ -56,8 +58,10 @@ void EventCarousel::take(const Section& section) {
   table.lastTable = content->lastTable;
   table.segmentEnds[section.number() / SECTIONS_OF_SEGMENT] = content->segmentLastNumber;
   table.sections[section.number()] = seen;
-  table.waiting[section.number()] = std::move(content->events);
-  if (isWhole(table)) handOut(*key, table, true);
+  const auto [place, isNew] = table.waiting.insert_or_assign(section.number(), std::move(content->events));
+  if (isNew) ++_waiting;
+  const bool whole = isWhole(table);
+  if (whole || _waiting > MOST_WAITING) handOut(*key, table, whole);
 }
 
 // What waits of the version before stays until the new one takes its place.
@@ -70,6 +74,7 @@ void EventCarousel::beginVersion(SubTable& table, const Section& section) {
 void EventCarousel::handOut(const EventTableKey& key, SubTable& table, bool isWhole) {
   EventTableUpdate update{.key = key, .lastTable = table.lastTable, .isWhole = isWhole, .present = present(table)};
   update.sections = std::exchange(table.waiting, {});
+  _waiting -= update.sections.size();
   if (isWhole) {
     std::erase_if(update.sections, [&](const auto& entry) { return !update.present[entry.first]; });
     std::erase_if(table.sections, [&](const auto& entry) { return !update.present[entry.first]; });

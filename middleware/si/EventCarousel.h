@@ -35,7 +35,7 @@ struct EventTableUpdate {
 
 /// Puts the sub-tables of event information together. What a version says is handed out once the version is whole or
 /// its carousel has gone round; sections that come again are told by their checksum and cost nothing. Memory is bounded
-/// by the number of sub-tables. Owned and used by one thread.
+/// by the numbers of sub-tables and of sections that wait. Owned and used by one thread.
 class EventCarousel {
  public:
   using Sink = std::function<void(EventTableUpdate&&)>;
@@ -81,6 +81,7 @@ class EventCarousel {
   const Sink _sink;
   const DefaultTable _text;
   std::map<EventTableKey, SubTable> _tables;
+  std::size_t _waiting = 0;  // sections in all tables
   std::uint64_t _dropped = 0;
 };
 

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <iterator>
 #include <map>
+#include <random>
 #include <ranges>
 #include <set>
 #include <string>
@@ -300,6 +301,43 @@ TEST(EventCarousel, TakesWhatThereIsAtTheEnd) {
   EXPECT_EQ(tables.take({.table = 0x4E, .version = 1, .number = 1, .last = 1}, titled("C")), "");
   EXPECT_EQ(tables.finish(), "~ 78/0:A 78/1:C") << "the older version stands in";
   EXPECT_EQ(tables.finish(), "");
+}
+
+TEST(EventCarousel, SurvivesAnyBytes) {
+  std::mt19937 random(20240102);  // NOLINT: the same bytes every time
+  std::size_t events = 0;
+  EventCarousel carousel([&](EventTableUpdate&& update) {
+    for (const auto& [number, list] : update.sections) {
+      for (const auto& event : list) {
+        EXPECT_LT(event.start, event.end);
+        EXPECT_FALSE(event.texts.empty());
+        ++events;
+      }
+    }
+  });
+  const Bytes whole =
+      eitSection({}, {{.id = 1,
+                       .start = EVENING,
+                       .title = "Title",
+                       .text = "Text",
+                       .more = join({extendedEvent(0, 1, "eng", "a", {{"b", "c"}}), extendedEvent(1, 1, "eng", "d"),
+                                     descriptor(0x55, text("FRA\7"))})},
+                      {.id = 2, .start = EVENING + 3600, .title = "Next"}});
+  for (int round = 0; round < 20000; ++round) {
+    Bytes body(whole.begin() + 8, whole.end() - 4);
+    for (unsigned hits = random() % 8; hits > 0; --hits)
+      body[random() % body.size()] = static_cast<std::uint8_t>(random());
+    body.resize(random() % 8 == 0 ? random() % body.size() : body.size());
+    const SectionHead head{.table = static_cast<std::uint8_t>(0x4E + random() % 0x22),
+                           .extension = static_cast<std::uint16_t>(random() % 4),
+                           .version = static_cast<std::uint8_t>(random() % 32),
+                           .number = static_cast<std::uint8_t>(random()),
+                           .last = static_cast<std::uint8_t>(random())};
+    const Bytes bytes = section(head, body);
+    carousel.take(Section(bytes));
+  }
+  carousel.finish();
+  EXPECT_GT(events, 0U);
 }
 
 }  // namespace
