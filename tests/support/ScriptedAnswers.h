@@ -37,7 +37,7 @@ inline std::string name(const durix_esg_object* object) {
   return object == nullptr ? "null" : number(object->id);
 }
 inline std::string name(const durix_player* player) {
-  return player == nullptr ? "null" : "player";
+  return player == nullptr ? "null" : "player " + std::to_string(ScriptedMiddleware::numberOf(player));
 }
 
 /// What is scripted there, or nothing; makes no entry.

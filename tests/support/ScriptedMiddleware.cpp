@@ -171,5 +171,13 @@ durix_return_code ScriptedMiddleware::call(const std::string& name, const std::s
 }
 
 durix_player* ScriptedMiddleware::newPlayer() {
-  return reinterpret_cast<durix_player*>(0x1000 + 0x10 * ++_players);
+  return playerOf(++_players);
+}
+
+durix_player* ScriptedMiddleware::playerOf(std::uintptr_t number) {
+  return reinterpret_cast<durix_player*>(0x1000 + 0x10 * number);
+}
+
+std::uintptr_t ScriptedMiddleware::numberOf(const durix_player* player) {
+  return (reinterpret_cast<std::uintptr_t>(player) - 0x1000) / 0x10;
 }

@@ -108,6 +108,10 @@ class ScriptedMiddleware {
   std::size_t readSoFar = 0;    // of the file that was opened last
   std::uint32_t lostBytes = 0;  // of a file between its opening and its reading
 
+  std::map<durix_player*, durix_render_data> renders;  // as given last
+  std::uint32_t position = 0;                          // of every player, seconds
+  std::uint32_t duration = 0;
+
   // ---- what it does besides; set while no other thread asks ----
   std::map<std::string, durix_return_code> failing;  // by the call's name, or by its whole line
   bool hasMemory = true;
@@ -127,6 +131,8 @@ class ScriptedMiddleware {
   /// Returns when no other thread is inside this handler.
   void waitUntilLeft(durix_event_handler handler);
   durix_player* newPlayer();
+  static std::uintptr_t numberOf(const durix_player* player);  // the first one made is 1
+  static durix_player* playerOf(std::uintptr_t number);
 
  private:
   struct Line {

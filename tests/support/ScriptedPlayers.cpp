@@ -7,11 +7,22 @@ namespace {
 
 durix_recorder* const RECORDER = reinterpret_cast<durix_recorder*>(0x30);
 
+/// A call about a player, with what else it was given.
+durix_return_code notePlayer(const char* call, durix_player* player, const std::string& arguments = {}) {
+  return note(call, name(player) + (arguments.empty() ? "" : "," + arguments));
+}
+
 /// The event that says so follows.
-durix_return_code notePlaying(const char* call, durix_player* player, std::uint32_t event) {
-  const durix_return_code code = note(call, name(player));
+durix_return_code notePlaying(const char* call, durix_player* player, std::uint32_t event,
+                              const std::string& arguments = {}) {
+  const durix_return_code code = notePlayer(call, player, arguments);
   if (code == 0 && middleware().post) middleware().post(Event(event).put(DURIX_OFFSET_PLAYER_HANDLE, player));
   return code;
+}
+
+std::string describe(const durix_render_data& render) {
+  return number(render.kind) + ",window " + number(reinterpret_cast<std::intptr_t>(render.window)) +
+         (render.picture == nullptr ? "" : ",pictures");
 }
 
 }  // namespace
@@ -26,54 +37,65 @@ durix_return_code durix_player_init(void) {
 durix_return_code durix_player_deinit(void) {
   return note("durix_player_deinit");
 }
-durix_return_code durix_player_create(durix_player** player, const durix_render_data* render_data, void* /*user*/) {
-  if (const auto code = note("durix_player_create", number(render_data->kind)); code != 0) return code;
-  *player = middleware().newPlayer();
+durix_return_code durix_player_create(durix_player** player, const durix_render_data* render_data, void* user) {
+  const auto code =
+      note("durix_player_create", describe(*render_data) + (user == nullptr ? ",no listener" : ",a listener"));
+  if (ScriptedMiddleware::current() == nullptr) return code;
+  *player = middleware().newPlayer();  // written by a call that failed too
+  if (code != 0) return code;
+  const auto lock = world();
+  middleware().renders[*player] = *render_data;
   return 0;
 }
 durix_return_code durix_player_destroy(durix_player* player) {
-  return note("durix_player_destroy", name(player));
+  return notePlayer("durix_player_destroy", player);
 }
-durix_return_code durix_player_render_data_set(durix_player* player, const durix_render_data* /*render_data*/) {
-  return note("durix_player_render_data_set", name(player));
+durix_return_code durix_player_render_data_set(durix_player* player, const durix_render_data* render_data) {
+  const auto code = notePlayer("durix_player_render_data_set", player, describe(*render_data));
+  if (code != 0) return code;
+  const auto lock = world();
+  middleware().renders[player] = *render_data;
+  return 0;
 }
-durix_return_code durix_player_feed_add(durix_player* /*player*/, const durix_esg_object* feed) {
-  return note("durix_player_feed_add", name(feed));
+durix_return_code durix_player_feed_add(durix_player* player, const durix_esg_object* feed) {
+  return notePlayer("durix_player_feed_add", player, name(feed));
 }
-durix_return_code durix_player_feed_remove(durix_player* /*player*/, const durix_esg_object* feed) {
-  return note("durix_player_feed_remove", name(feed));
+durix_return_code durix_player_feed_remove(durix_player* player, const durix_esg_object* feed) {
+  return notePlayer("durix_player_feed_remove", player, name(feed));
 }
-durix_return_code durix_player_start(durix_player* player, bool /*flag*/) {
-  return notePlaying("durix_player_start", player, DURIX_PLAYER_EVENT_STARTED);
+durix_return_code durix_player_start(durix_player* player, bool flag) {
+  return notePlaying("durix_player_start", player, DURIX_PLAYER_EVENT_STARTED, number(flag));
 }
 durix_return_code durix_player_stop(durix_player* player) {
   return notePlaying("durix_player_stop", player, DURIX_PLAYER_EVENT_CLOSED);
 }
-durix_return_code durix_player_pause(durix_player* /*player*/, bool on) {
-  return note("durix_player_pause", number(on));
+durix_return_code durix_player_pause(durix_player* player, bool on) {
+  return notePlayer("durix_player_pause", player, number(on));
 }
-durix_return_code durix_player_seek(durix_player* /*player*/, uint32_t position) {
-  return note("durix_player_seek", number(position));
+durix_return_code durix_player_seek(durix_player* player, uint32_t position) {
+  return notePlayer("durix_player_seek", player, number(position));
 }
-durix_return_code durix_player_get_position(durix_player* /*player*/, uint32_t* position) {
-  *position = 0;
-  return note("durix_player_get_position");
+durix_return_code durix_player_get_position(durix_player* player, uint32_t* position) {
+  const auto code = notePlayer("durix_player_get_position", player);
+  if (ScriptedMiddleware::current() != nullptr) *position = middleware().position;  // by a call that failed too
+  return code;
 }
-durix_return_code durix_player_get_duration(durix_player* /*player*/, uint32_t* duration) {
-  *duration = 0;
-  return note("durix_player_get_duration");
+durix_return_code durix_player_get_duration(durix_player* player, uint32_t* duration) {
+  const auto code = notePlayer("durix_player_get_duration", player);
+  if (ScriptedMiddleware::current() != nullptr) *duration = middleware().duration;
+  return code;
 }
-durix_return_code durix_player_size_set(durix_player* /*player*/, uint32_t width, uint32_t height) {
-  return note("durix_player_size_set", number(width) + "," + number(height));
+durix_return_code durix_player_size_set(durix_player* player, uint32_t width, uint32_t height) {
+  return notePlayer("durix_player_size_set", player, number(width) + "," + number(height));
 }
-durix_return_code durix_player_volume_set(durix_player* /*player*/, uint8_t volume) {
-  return note("durix_player_volume_set", number(volume));
+durix_return_code durix_player_volume_set(durix_player* player, uint8_t volume) {
+  return notePlayer("durix_player_volume_set", player, number(volume));
 }
-durix_return_code durix_player_teletext_set_page(durix_player* /*player*/, uint32_t page, uint32_t subpage) {
-  return note("durix_player_teletext_set_page", number(page) + "," + number(subpage));
+durix_return_code durix_player_teletext_set_page(durix_player* player, uint32_t page, uint32_t subpage) {
+  return notePlayer("durix_player_teletext_set_page", player, number(page) + "," + number(subpage));
 }
-durix_return_code durix_player_teletext_change_page(durix_player* /*player*/, uint32_t command) {
-  return note("durix_player_teletext_change_page", number(command));
+durix_return_code durix_player_teletext_change_page(durix_player* player, uint32_t command) {
+  return notePlayer("durix_player_teletext_change_page", player, number(command));
 }
 
 // ---- recorder ----
