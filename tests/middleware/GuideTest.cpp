@@ -229,7 +229,7 @@ TEST_F(GuideTest, ForgetsADayAfterTheEnd) {
 }
 
 TEST_F(GuideTest, ShiftsAStreamToNow) {
-  constexpr std::int64_t LATER = 100 * 24 * HOUR;
+  constexpr std::int64_t LATER = 2400 * HOUR;
   air("474", FIRST, {eitSection({}, {{.id = 1, .start = EVENING + HOUR, .title = "A"}})});
   _now += LATER;
   start("now");

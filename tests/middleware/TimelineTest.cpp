@@ -1,6 +1,7 @@
 // One line of programmes out of what tables claim.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,10 @@ struct Claim {
 // A line as people read it: "A 0-30, B 30-60"; times are minutes, with seconds behind a point where there are some.
 class TestLine {
  public:
-  void tell(std::uint8_t table, std::vector<Claim> claims, std::uint8_t section = 0, std::uint32_t multiplex = 1) {
+  void tell(std::uint8_t table, const std::vector<Claim>& claims, std::uint8_t section = 0,
+            std::uint32_t multiplex = 1) {
     std::vector<GuideEvent> events;
+    events.reserve(claims.size());
     for (const auto& claim : claims) {
       events.push_back({.eventId = claim.id,
                         .age = claim.age,
@@ -128,7 +131,9 @@ TEST(Timeline, FollowsTheHigherTable) {
     for (const auto& [table, claims] : row.told) line.tell(table, claims);
     EXPECT_EQ(line.settled(), row.line) << row.reason;
     TestLine backwards;
-    for (auto told = row.told.rbegin(); told != row.told.rend(); ++told) backwards.tell(told->first, told->second);
+    auto told = row.told;
+    std::reverse(told.begin(), told.end());
+    for (const auto& [table, claims] : told) backwards.tell(table, claims);
     EXPECT_EQ(backwards.settled(), row.line) << row.reason << ", told the other way round";
   }
 }

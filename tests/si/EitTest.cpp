@@ -7,7 +7,6 @@
 #include <iterator>
 #include <map>
 #include <random>
-#include <ranges>
 #include <set>
 #include <string>
 
@@ -104,12 +103,13 @@ std::multiset<std::string> eventsIn(const nlohmann::json& truth) {
 
 // What is in `all` and not in `others`, as far as one wants to read it.
 std::string without(const std::multiset<std::string>& all, const std::multiset<std::string>& others) {
-  constexpr int MOST = 2;
+  constexpr std::size_t MOST = 2;
   constexpr std::size_t LONGEST = 400;
   std::vector<std::string> rest;
   std::ranges::set_difference(all, others, std::back_inserter(rest));
   std::string text = rest.empty() ? "" : std::to_string(rest.size());
-  for (const auto& line : rest | std::views::take(MOST)) text += "\n  " + line.substr(0, LONGEST);
+  rest.resize(std::min(rest.size(), MOST));
+  for (const auto& line : rest) text += "\n  " + line.substr(0, LONGEST);
   return text;
 }
 
