@@ -182,8 +182,8 @@ TEST(Programmes, AreTheSameWheneverTheBroadcastIsMade) {
         const Moment end = week[i].end();
         if (i + 1 < week.size()) {
           EXPECT_LE(end, week[i + 1].start + 1s) << service.caption;
-          pauses += end < week[i + 1].start ? 1 : 0;
-          overlaps += end > week[i + 1].start ? 1 : 0;
+          if (end < week[i + 1].start) ++pauses;
+          if (end > week[i + 1].start) ++overlaps;
         }
         const Event again = schedule(service.programmes, end - 1s, end).front();
         EXPECT_EQ(again.id, week[i].id) << service.caption;
