@@ -104,6 +104,12 @@ TEST_F(Players, AreSteeredByTheHost) {
   player->changeSubtitleLanguage("fin");
   live(*player).enableSubtitles(true);
   EXPECT_EQ(joined(player->getAudioLanguages()) + joined(player->getSubtitleLanguages()), "");
+  stage.note("-- subtitles that are not there are off");
+  live(*player).enableSubtitles(false);
+  live(*player).enableSubtitles(true);
+  player->stop();
+  give(ONE, {{110, 2, ""}, {121, 3, "fin"}});
+  EXPECT_TRUE(player->start(false));
   EXPECT_EQ(lines(), expected("player_steered"));
 }
 

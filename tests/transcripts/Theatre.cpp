@@ -9,6 +9,12 @@
 #include "velmora/Option.h"
 #include "velmora/Velmora.h"
 
+namespace {
+
+void* const WINDOW = reinterpret_cast<void*>(7);
+
+}  // namespace
+
 void Screen::imageReceived(FFPic* picture) {
   tell("> picture " + std::to_string(picture->width));
 }
@@ -65,7 +71,7 @@ void Theatre::give(std::uint32_t content, const std::vector<Feed>& feeds) {
   }
 }
 
-Service* Theatre::channel(std::uint32_t id) {
+Service* Theatre::channel(std::uint32_t id) const {
   for (Service* const service : plugin->getServices()) {
     if (service->getId() == id) return service;
   }
@@ -80,15 +86,15 @@ void Theatre::protectChildren(bool enabled) {
 }
 
 std::unique_ptr<Player> Theatre::create(AvContent* content) {
-  return std::unique_ptr<Player>(plugin->createPlayer(content, reinterpret_cast<void*>(WINDOW), &screen));
+  return std::unique_ptr<Player>(plugin->createPlayer(content, WINDOW, &screen));
 }
 
 std::unique_ptr<Player> Theatre::createTeletext(AvContent* content) {
-  return std::unique_ptr<Player>(plugin->createTeletextPlayer(content, reinterpret_cast<void*>(WINDOW), &screen));
+  return std::unique_ptr<Player>(plugin->createTeletextPlayer(content, WINDOW, &screen));
 }
 
 Player* Theatre::createSecondary(AvContent* content) {
-  return plugin->createSecondaryPlayer(content, reinterpret_cast<void*>(WINDOW), &screen);
+  return plugin->createSecondaryPlayer(content, WINDOW, &screen);
 }
 
 void Theatre::send(std::uint32_t event, std::uintptr_t player) {
@@ -114,7 +120,7 @@ std::string Theatre::lines() {
   return asText(lines);
 }
 
-Option* Theatre::setting(const std::string& name) {
+Option* Theatre::setting(const std::string& name) const {
   return plugin->getOptions()->front()->getOption("settings.option.id." + name);
 }
 

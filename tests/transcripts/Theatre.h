@@ -42,7 +42,6 @@ class Theatre {
  public:
   static constexpr std::uint32_t ONE = 11;
   static constexpr std::uint32_t TWO = 12;
-  static constexpr std::uintptr_t WINDOW = 7;
 
   Theatre();
   Theatre(const Theatre&) = delete;
@@ -52,7 +51,7 @@ class Theatre {
   /// Starts the plugin and waits until its first pass for programmes is through.
   void open();
   void give(std::uint32_t content, const std::vector<Feed>& feeds);
-  Service* channel(std::uint32_t id);
+  Service* channel(std::uint32_t id) const;
   static void protectChildren(bool enabled);  // parental control, for those younger than 12
 
   std::unique_ptr<Player> create(AvContent* content);
@@ -73,7 +72,7 @@ class Theatre {
   BroadcastPluginImpl* plugin = nullptr;
 
  private:
-  Option* setting(const std::string& name);
+  Option* setting(const std::string& name) const;
 };
 
 std::string hostProperty(const std::string& name);
