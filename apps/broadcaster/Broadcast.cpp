@@ -1,5 +1,7 @@
 #include "apps/broadcaster/Broadcast.h"
 
+#include <algorithm>
+
 #include "apps/broadcaster/media/AudioSource.h"
 #include "apps/broadcaster/media/VideoSource.h"
 #include "apps/broadcaster/si/Tables.h"
@@ -47,6 +49,36 @@ void addServiceTables(Multiplexer& multiplexer, const Network& network, const Mu
   }
 }
 
+/// The schedule of every service goes round in one turn, a few sections at a time, so that it crowds out neither the
+/// other tables nor pictures and sound: first what this multiplex sends, then the others, which come every second turn.
+void addSchedule(SectionStream& guide, const Network& network, const Multiplex& own, Moment start) {
+  constexpr Ticks TURN = 8s;
+  constexpr std::ptrdiff_t AT_ONCE = 8;
+  struct Part {
+    std::vector<Bytes> sections;
+    Ticks interval;
+  };
+  std::vector<Part> parts;
+  for (const Multiplex& multiplex : network.multiplexes) {
+    const Ticks interval = &multiplex == &own ? TURN : 2 * TURN;
+    for (const Service& service : multiplex.services) {
+      const std::vector<Bytes> all = eventSchedule(network, multiplex, service, own, start, start + SCHEDULE);
+      for (auto part = all.begin(); part != all.end();) {
+        const auto end = part + std::min(AT_ONCE, all.end() - part);
+        parts.push_back({{part, end}, interval});
+        part = end;
+      }
+    }
+  }
+  std::ranges::stable_sort(parts, {}, &Part::interval);
+  Ticks first{0};
+  for (Part& part : parts) {
+    guide.repeat(
+        part.interval, [sections = std::move(part.sections)](Ticks) { return sections; }, first);
+    first += TURN / static_cast<std::int64_t>(parts.size());
+  }
+}
+
 void addGuide(Multiplexer& multiplexer, const Network& network, const Multiplex& own, Moment start) {
   SectionStream& guide = multiplexer.sections(pid::EIT);
   for (const Multiplex& multiplex : network.multiplexes) {
@@ -56,10 +88,9 @@ void addGuide(Multiplexer& multiplexer, const Network& network, const Multiplex&
       guide.repeat(actual ? 1500ms : 4s, [&network, &multiplex, &service, &own, start](Ticks now) {
         return presentAndFollowing(network, multiplex, service, own, momentAt(start, now));
       });
-      guide.repeat(actual ? 8s : 16s, [sections = eventSchedule(network, multiplex, service, own, start,
-                                                                start + SCHEDULE)](Ticks) { return sections; });
     }
   }
+  addSchedule(guide, network, own, start);
 }
 
 constexpr std::uint8_t VIDEO_STREAM = 0xE0;

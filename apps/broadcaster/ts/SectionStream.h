@@ -19,8 +19,10 @@ class SectionStream {
 
   explicit SectionStream(std::uint16_t packetId) : _pid(packetId) {}
 
-  /// Sends what `source` gives every `interval`, first at the start of the stream.
-  void repeat(Ticks interval, Source source) { _groups.push_back({interval, Ticks{0}, std::move(source)}); }
+  /// Sends what `source` gives every `interval`, for the first time `first` after the start of the stream.
+  void repeat(Ticks interval, Source source, Ticks first = Ticks{0}) {
+    _groups.push_back({interval, first, std::move(source)});
+  }
 
   /// Fills the packet that goes out at `now`. False when nothing is due or the receiver's buffer needs a pause.
   bool fill(Packet& packet, Ticks now);
