@@ -51,6 +51,12 @@ durix_esg_object* handleOf(Scheduling* scheduling) {
   return own == nullptr ? nullptr : own->getHandle();
 }
 
+/// An array that a failed call left behind is not ours to free.
+bool isListed(durix_return_code code, EsgArray* records) {
+  if (code != DURIX_OK) *records->items() = nullptr;
+  return code == DURIX_OK;
+}
+
 durix_esg_object* handleOf(Recording* recording) {
   auto* const own = dynamic_cast<BroadcastRecording*>(recording);
   return own == nullptr ? nullptr : own->getHandle();
@@ -139,7 +145,7 @@ void BroadcastRecorder::deactivate() {
 
 void BroadcastRecorder::loadRecordings() {
   EsgArray records;
-  if (durix_recorder_list_recordings(_durixRecorder, records.items(), records.count()) != DURIX_OK) return;
+  if (!isListed(durix_recorder_list_recordings(_durixRecorder, records.items(), records.count()), &records)) return;
   BC_INFO(LOG, "Got %d recordings", static_cast<int>(records.size()));
   for (durix_esg_object& record : records) {
     if (_clips.findRecording(record.id) != nullptr) continue;
@@ -149,7 +155,7 @@ void BroadcastRecorder::loadRecordings() {
 
 void BroadcastRecorder::loadSchedulings() {
   EsgArray records;
-  if (durix_recorder_list_timers(_durixRecorder, records.items(), records.count()) != DURIX_OK) return;
+  if (!isListed(durix_recorder_list_timers(_durixRecorder, records.items(), records.count()), &records)) return;
   BC_INFO(LOG, "Got %d scheduled recordings", static_cast<int>(records.size()));
   for (durix_esg_object& record : records) {
     if (_clips.findScheduling(record.id) != nullptr) continue;
@@ -216,7 +222,7 @@ Scheduling* BroadcastRecorder::record(Program* program) {
   }
   const std::string name = program->getName();
   BC_INFO(LOG, "BroadcastRecorder::record: adding recording timer for program :%s", name.c_str());
-  Service* const service = program->getService();
+  auto* const service = dynamic_cast<ServiceImpl*>(program->getService());
   if (service == nullptr) {
     BC_ERR(LOG, "Program doesn't have service to record");
     return nullptr;
@@ -230,7 +236,7 @@ Scheduling* BroadcastRecorder::record(Program* program) {
     setLastError(end < now ? ERROR_INVALID_RECORD_TIME : ERROR_INTERNAL);
     return nullptr;
   }
-  Scheduling* const scheduling = addTimer(service, name, name, narrowed(start), narrowed(end));
+  Scheduling* const scheduling = addTimer(*service, name, name, narrowed(start), narrowed(end));
   if (scheduling == nullptr) return nullptr;
   program->setScheduledForRecording(true);
   program->addTag(_recordedTag);
@@ -245,14 +251,15 @@ Scheduling* BroadcastRecorder::record(Program* program) {
 Scheduling* BroadcastRecorder::record(std::string name, Service* service, int start, int end) {
   const Lock lock(_mutex);
   if (!isReady(NOT_INITIALIZED)) return nullptr;
-  if (service == nullptr) {
+  const auto* const own = dynamic_cast<ServiceImpl*>(service);
+  if (own == nullptr) {
     BC_ERR(LOG, "Cannot record NULL service.");
     return nullptr;
   }
   const std::string title = service->getTitle();
   BC_INFO(LOG, "BroadcastRecorder::record: adding recording timer for service :%s", title.c_str());
   const std::int64_t now = systemTime();
-  Scheduling* const scheduling = addTimer(service, name, title, start <= 0 ? narrowed(now) : start, end);
+  Scheduling* const scheduling = addTimer(*own, name, title, start <= 0 ? narrowed(now) : start, end);
   if (scheduling == nullptr) return nullptr;
   scheduling->setTargetService(service);
   _clips.add(scheduling);
@@ -263,16 +270,11 @@ Scheduling* BroadcastRecorder::record(std::string name, Service* service, int st
 }
 
 /// The middleware's recording timer as a new scheduling; null after one line that says why.
-Scheduling* BroadcastRecorder::addTimer(Service* service, const std::string& name, const std::string& shownName,
-                                        int start, int end) {
-  const auto* const own = dynamic_cast<ServiceImpl*>(service);
-  if (own == nullptr) {
-    BC_ERR(LOG, "Cannot record NULL service.");
-    return nullptr;
-  }
+Scheduling* BroadcastRecorder::addTimer(const ServiceImpl& service, const std::string& name,
+                                        const std::string& shownName, int start, int end) {
   durix_esg_object* timer = nullptr;
   const durix_return_code code =
-      durix_recorder_add_timer(_durixRecorder, _provider.load()->protocol, own->getDataPtr(), DURIX_TIMER_RECORDING,
+      durix_recorder_add_timer(_durixRecorder, _provider.load()->protocol, service.getDataPtr(), DURIX_TIMER_RECORDING,
                                start, end, RECORDING_VALUE, cutText(name, NAME_BYTES).c_str(), &timer);
   BC_INFO(LOG, "BroadcastRecorder::record: program :%s start:%u end:%u", shownName.c_str(),
           static_cast<unsigned>(start), static_cast<unsigned>(end));
@@ -314,18 +316,24 @@ Recording* BroadcastRecorder::timeshift(Service* service, int duration) {
 
 void BroadcastRecorder::endTimeshift(Recording* recording) {
   if (!isReady(NOT_INITIALIZED_WITH_PROVIDER)) return;
-  const Lock lock(_mutex);
-  if (recording == nullptr || !isOwnRecording(recording)) {
-    BC_ERR(LOG, "Recording is NULL!");
-    setLastError(ERROR_INTERNAL);
-    return;
+  durix_esg_object* handle = nullptr;
+  {
+    const Lock lock(_mutex);
+    if (recording == nullptr || !isOwnRecording(recording)) {
+      BC_ERR(LOG, "Recording is NULL!");
+      setLastError(ERROR_INTERNAL);
+      return;
+    }
+    forgetTimeshift(recording);
+    handle = handleOf(recording);
   }
-  forgetTimeshift(recording);
   BC_INFO(LOG, "Removing existing timeshift.");
-  if (durix_recorder_remove_recording(_durixRecorder, handleOf(recording)) != DURIX_OK) {
+  // Asked without the lock: the middleware may wait for an event of this timer that is being handled.
+  if (durix_recorder_remove_recording(_durixRecorder, handle) != DURIX_OK) {
     BC_ERR(LOG, "Durix recorder failed to remove recording");
     return;
   }
+  const Lock lock(_mutex);
   deleteStoredRecording(recording);
 }
 
@@ -341,7 +349,9 @@ void BroadcastRecorder::forgetTimeshift(const Recording* recording) {
   _timeshiftRecording = nullptr;
 }
 
+/// Once only: another thread, or an event from inside the middleware's call, may have come first.
 void BroadcastRecorder::deleteStoredRecording(Recording* recording) {
+  if (!isOwnRecording(recording)) return;
   forgetTargetRecording(recording);
   _orphans.erase(std::remove(_orphans.begin(), _orphans.end(), recording), _orphans.end());
   _clips.remove(recording);
@@ -398,6 +408,8 @@ bool BroadcastRecorder::cancelScheduling(Scheduling* scheduling) {
     BC_ERR(LOG, "durix recorder remove timer failed");
     return false;
   }
+  // A middleware that reports the timer's end from inside the call has had everything done by now.
+  if (!_clips.contains(scheduling)) return true;
   _clips.remove(scheduling);
   _clips.sortSchedulings();
   releaseReceiver(scheduling);
@@ -419,7 +431,8 @@ void BroadcastRecorder::releaseReceiver(Scheduling* scheduling) {
     if (auto* const service = dynamic_cast<Service*>(remaining->getTargetService())) services.push_back(service);
   }
   _broadcast.setPlayableStatus(services);
-  if (Recording* const recording = scheduling->getTargetRecording()) {
+  Recording* const recording = scheduling->getTargetRecording();
+  if (_clips.contains(recording)) {
     recording->fillMetadata();
     recording->setActive(false);
     BC_INFO(LOG, "rec->removeTag(_isActiveRecordingTag");  // without its closing bracket in the contract
@@ -443,8 +456,10 @@ bool BroadcastRecorder::modifyScheduling(Scheduling* scheduling, int start, int 
     return false;
   }
   const Lock lock(_mutex);
-  scheduling->fillMetadata();
-  _playlists.schedulingChanged(scheduling);
+  if (_clips.contains(scheduling)) {  // still: it may have ended meanwhile
+    scheduling->fillMetadata();
+    _playlists.schedulingChanged(scheduling);
+  }
   BC_INFO(LOG, "Timer modified ok");
   return true;
 }
@@ -466,6 +481,7 @@ Scheduling* BroadcastRecorder::getSchedulingForProgram(Program* program) {
 
 void BroadcastRecorder::updateScheduledPrograms() {
   for (Scheduling* const scheduling : _clips.schedulings()) {
+    if (!_clips.contains(scheduling)) continue;  // a listener has cancelled it
     auto* const service = dynamic_cast<Service*>(scheduling->getTargetService());
     if (service != nullptr) _timerEvents.setIfScheduled(service->getPrograms(false), scheduling);
   }
@@ -570,7 +586,7 @@ void BroadcastRecorder::recorderDeviceFull(durix_event_data* data) {
 bool BroadcastRecorder::findTimer(unsigned id, std::unique_ptr<durix_esg_object>* out) {
   out->reset();
   EsgArray timers;
-  if (durix_recorder_list_timers(_durixRecorder, timers.items(), timers.count()) != DURIX_OK) return false;
+  if (!isListed(durix_recorder_list_timers(_durixRecorder, timers.items(), timers.count()), &timers)) return false;
   for (const durix_esg_object& timer : timers) {
     if (timer.id == id) *out = std::make_unique<durix_esg_object>(timer);
   }
@@ -594,4 +610,5 @@ void BroadcastRecorder::forgetTargets() {
     for (AvContent* const program : scheduling->getTargetPrograms()) scheduling->removeTargetProgram(program);
   }
   if (Recording* const running = _timeshiftRecording) running->setTargetService(nullptr);
+  for (Recording* const orphan : _orphans) orphan->setTargetService(nullptr);
 }

@@ -15,6 +15,8 @@
 #include "velmora/BroadcastPlugin.h"
 #include "velmora/Recorder.h"
 
+class ServiceImpl;
+
 /// Recording timers, stored recordings and one timeshift, as the host sees them. The plugin owns it.
 ///
 ///   created --init--> available (recordings are known) --activate--> active (timers too) --deactivate--> available
@@ -75,7 +77,8 @@ class BroadcastRecorder : public Recorder, public PluginListener, private TimerE
   void updateScheduledPrograms();
   bool findTimer(unsigned id, std::unique_ptr<durix_esg_object>* out);
   bool isReady(const char* notInitialized);
-  Scheduling* addTimer(Service* service, const std::string& name, const std::string& shownName, int start, int end);
+  Scheduling* addTimer(const ServiceImpl& service, const std::string& name, const std::string& shownName, int start,
+                       int end);
   bool isOwnRecording(const Recording* recording);
   void forgetTimeshift(const Recording* recording);
   void forgetTargetRecording(const Recording* recording);

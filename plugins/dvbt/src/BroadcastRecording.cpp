@@ -45,7 +45,10 @@ void BroadcastRecording::fillMetadata() {
 
 std::vector<durix_esg_object> BroadcastRecording::getFeeds() {
   EsgArray feeds;
-  if (durix_esg_object_feeds_get(&_handle, feeds.items(), feeds.count()) != DURIX_OK) return {};
+  if (durix_esg_object_feeds_get(&_handle, feeds.items(), feeds.count()) != DURIX_OK) {
+    *feeds.items() = nullptr;  // what a failed call left behind is not ours to free
+    return {};
+  }
   return {feeds.begin(), feeds.end()};
 }
 

@@ -134,6 +134,7 @@ void PlaylistShelf::dropSchedulingPlaylists() {
 
 void PlaylistShelf::updatePlaylists(Scheduling* scheduling) {
   for (BroadcastRecorderPlaylist* const playlist : schedulingShelf()) {
+    if (!_clips.contains(scheduling)) return;  // a listener has cancelled it
     if (!playlist->belongsToThis(scheduling) || playlist->contains(scheduling)) continue;
     playlist->addClip(scheduling);
     playlist->sortClips(Playlist::SORT_BY_TIME);
@@ -142,6 +143,7 @@ void PlaylistShelf::updatePlaylists(Scheduling* scheduling) {
 }
 
 void PlaylistShelf::updatePlaylists(Recording* recording) {
+  if (!_clips.contains(recording)) return;  // a listener has deleted it
   for (BroadcastRecorderPlaylist* const playlist : recordingShelf()) {
     if (!playlist->belongsToThis(recording) || playlist->contains(recording)) continue;
     playlist->addClip(recording);

@@ -52,12 +52,12 @@ void TimerEvents::timerActive(const durix_event_data* data) {
     return;
   }
   activate(scheduling, recording);
-  updatePlayableStatus(true);
+  updatePlayableStatus();
   // A listener may have taken the scheduling away meanwhile.
   if (!_parts.clips.contains(scheduling)) return;
   markPrograms(scheduling);
   _parts.playlists.updatePlaylists(recording);
-  _parts.recorder.sendNotifyRecordingActive(scheduling);
+  if (_parts.clips.contains(scheduling)) _parts.recorder.sendNotifyRecordingActive(scheduling);
 }
 
 /// Carries the timer's times over and marks both as recording.
@@ -95,13 +95,13 @@ void TimerEvents::unmarkPrograms(Scheduling* scheduling, bool activeToo) {
   }
 }
 
-void TimerEvents::updatePlayableStatus(bool tagServices) {
+void TimerEvents::updatePlayableStatus() {
   _parts.plugin.setPlayableStatus({});
   std::vector<Service*> services;
   for (const Scheduling* const scheduling : _parts.clips.schedulings()) {
     Service* const service = scheduling->isActive() ? targetServiceOf(scheduling) : nullptr;
     if (service == nullptr) continue;
-    if (tagServices) service->addTag(_parts.recordedTag);
+    service->addTag(_parts.recordedTag);
     services.push_back(service);
   }
   _parts.plugin.setPlayableStatus(services);
@@ -135,9 +135,11 @@ void TimerEvents::handleSchedulingEnd(Scheduling* scheduling) {
   scheduling->setActive(false);
   _parts.clips.sortSchedulings();
   unmarkPrograms(scheduling, false);
-  updatePlayableStatus(true);
+  updatePlayableStatus();
   updateRecordingTagsForServices();
-  if (Recording* const recording = scheduling->getTargetRecording()) recording->fillMetadata();
+  // A listener may have deleted the recording meanwhile.
+  Recording* const recording = scheduling->getTargetRecording();
+  if (_parts.clips.contains(recording)) recording->fillMetadata();
   _parts.playlists.removeScheduling(scheduling);
 }
 
@@ -160,7 +162,7 @@ void TimerEvents::checkImmediatelyStartingRecordings() {
   BC_INFO(LOG, "Checking if some scheduling starts immediately");
   std::int64_t now = 0;
   ostiv_time_get_system_time(&now);
-  std::vector<Service*> services;
+  std::vector<Scheduling*> running;
   for (Scheduling* const scheduling : _parts.clips.schedulings()) {
     // A listener may have taken it away since the list was copied.
     if (!_parts.clips.contains(scheduling)) continue;
@@ -169,7 +171,7 @@ void TimerEvents::checkImmediatelyStartingRecordings() {
     scheduling->setTargetService(service);
     if (scheduling->getStartTimeT() > now || now > scheduling->getEndTimeT()) continue;
     BC_INFO(LOG, "recording %s starts now, calling setPlayableStatus", scheduling->getTitle().c_str());
-    services.push_back(service);
+    running.push_back(scheduling);
     scheduling->setActive(true);
     for (AvContent* const program : scheduling->getTargetPrograms()) setScheduledForRecording(program, true);
     const durix_esg_object* const object = _host.recordingOf(scheduling);
@@ -178,12 +180,18 @@ void TimerEvents::checkImmediatelyStartingRecordings() {
     }
     _parts.recorder.sendNotifyRecordingActive(scheduling);
   }
+  std::vector<Service*> services;
+  for (const Scheduling* const scheduling : running) {
+    Service* const service = _parts.clips.contains(scheduling) ? targetServiceOf(scheduling) : nullptr;
+    if (service != nullptr) services.push_back(service);
+  }
   _parts.plugin.setPlayableStatus(services);
 }
 
 void TimerEvents::notifyProgramUpdate(Service* service) {
   const std::string name = service->getName();
   for (Scheduling* const scheduling : _parts.clips.schedulings()) {
+    if (!_parts.clips.contains(scheduling)) continue;
     Service* const target = targetServiceOf(scheduling);
     if (target == nullptr || target->getName() != name || !scheduling->getTargetPrograms().empty()) continue;
     setIfScheduled(service->getPrograms(false), scheduling);
@@ -208,7 +216,9 @@ void TimerEvents::setIfScheduled(const std::vector<Program*>& programs, Scheduli
     program->addTag(_parts.recordedTag);
     BC_INFO(LOG, "Found recorded program :%s for recording %s", program->getTitle().c_str(), title.c_str());
   }
-  if (found) _parts.recorder.sendNotifyScheduledRecordingUpdated(scheduling);
+  if (!found) return;
+  if (!_parts.clips.contains(scheduling)) return unmarkPrograms(scheduling, true);  // another thread has ended it
+  _parts.recorder.sendNotifyScheduledRecordingUpdated(scheduling);
 }
 
 void TimerEvents::updateRecordingTagsForServices() {

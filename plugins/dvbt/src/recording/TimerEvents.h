@@ -50,14 +50,14 @@ class TimerEvents {
   void setIfScheduled(const std::vector<Program*>& programs, Scheduling* scheduling);
 
   void updateRecordingTagsForServices();
-  void unmarkPrograms(Scheduling* scheduling, bool activeToo);
-  /// Works out anew which services can be received beside the running recordings.
-  void updatePlayableStatus(bool tagServices);
-  void handleSchedulingEnd(Scheduling* scheduling);
 
  private:
   void activate(Scheduling* scheduling, Recording* recording);
   void markPrograms(Scheduling* scheduling);
+  void unmarkPrograms(Scheduling* scheduling, bool activeToo);
+  /// Works out anew which services can be received beside the running recordings.
+  void updatePlayableStatus();
+  void handleSchedulingEnd(Scheduling* scheduling);
 
   const Parts _parts;      // outlive this
   TimerEventsHost& _host;  // outlives this
