@@ -103,6 +103,8 @@ class ScriptedMiddleware {
   std::vector<Registration> registrations;
   std::vector<std::uint8_t> request;   // the data of the last device request
   std::list<durix_esg_object> timers;  // every one that was ever made
+  Objects listedTimers;
+  Objects recordings;
   std::uint32_t nextTimer = 900;
   std::atomic<std::int64_t> time = 1000000;
   std::size_t readSoFar = 0;    // of the file that was opened last

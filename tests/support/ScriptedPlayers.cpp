@@ -117,12 +117,14 @@ durix_return_code durix_recorder_deactivate(durix_recorder* /*recorder*/, const 
 durix_return_code durix_recorder_list_recordings(durix_recorder* /*recorder*/, durix_esg_object** recordings,
                                                  uint32_t* count) {
   if (const auto code = note("durix_recorder_list_recordings"); code != 0) return code;
-  giveArray("durix_recorder_list_recordings", std::vector<durix_esg_object>{}, recordings, count);
+  const auto lock = world();
+  giveArray("durix_recorder_list_recordings", middleware().recordings, recordings, count);
   return 0;
 }
 durix_return_code durix_recorder_list_timers(durix_recorder* /*recorder*/, durix_esg_object** timers, uint32_t* count) {
   if (const auto code = note("durix_recorder_list_timers"); code != 0) return code;
-  giveArray("durix_recorder_list_timers", std::vector<durix_esg_object>{}, timers, count);
+  const auto lock = world();
+  giveArray("durix_recorder_list_timers", middleware().listedTimers, timers, count);
   return 0;
 }
 durix_return_code durix_recorder_add_timer(durix_recorder* /*recorder*/, durix_provider_protocol protocol,
@@ -152,7 +154,7 @@ durix_return_code durix_recorder_get_recording(durix_recorder* /*recorder*/, con
                                                durix_esg_object** recording) {
   static durix_esg_object written{9, 901, 0};
   const auto code = note("durix_recorder_get_recording", name(timer));
-  if (code == 0) *recording = &written;
+  if (code == 0) *recording = handsOutNothing("durix_recorder_get_recording") ? nullptr : &written;
   return code;
 }
 

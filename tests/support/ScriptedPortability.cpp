@@ -93,6 +93,7 @@ int64_t ostiv_mktime(ostiv_tm* local) {
   fields.tm_mon = local->month;
   fields.tm_year = local->year;
   fields.tm_hour = local->hour;
+  fields.tm_isdst = local->daylight;
   return std::mktime(&fields);
 }
 
