@@ -1,6 +1,7 @@
 #include "tests/support/ScriptedMiddleware.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <ctime>
 
@@ -10,6 +11,8 @@
 namespace {
 
 ScriptedMiddleware* standing = nullptr;
+
+std::array<char, 1 << 16> playerAddresses;  // nothing is there; a player is known by its place
 
 }  // namespace
 
@@ -175,9 +178,9 @@ durix_player* ScriptedMiddleware::newPlayer() {
 }
 
 durix_player* ScriptedMiddleware::playerOf(std::uintptr_t number) {
-  return reinterpret_cast<durix_player*>(0x1000 + 0x10 * number);
+  return reinterpret_cast<durix_player*>(playerAddresses.data() + number);
 }
 
 std::uintptr_t ScriptedMiddleware::numberOf(const durix_player* player) {
-  return (reinterpret_cast<std::uintptr_t>(player) - 0x1000) / 0x10;
+  return static_cast<std::uintptr_t>(reinterpret_cast<const char*>(player) - playerAddresses.data());
 }
