@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""`tv scan` and `tv channels` on real broadcasts, held against what an independent parser found in them.
+"""`tv scan`, `tv channels` and `tv guide` on real broadcasts, held against what an independent parser found in them.
 
 Usage: captures_test.py TV CAPTURES [name...]        (TV_CAPTURES in the environment goes before CAPTURES)
 
 A capture NAME.ts becomes the one frequency of a receiver; NAME.truth.json says what it carries. Names are compared to
 the letter (runs of white space folded), with type, network, number and protection; of channels with one name and type
-the list shows one, the best. Every capture, broken ones too, must end with status 0 or 1 in bounded time.
+the list shows one, the best. The guide has every programme of the multiplex's own channels, none twice, no other, with
+its times, texts and rating. Every capture, broken ones too, must end with status 0 or 1 in bounded time.
 Status 77, "skipped", when there are no captures.
 """
 import json
@@ -80,6 +81,47 @@ def expected(truth):
     return channels
 
 
+def programme_texts(event):
+    """The description of an event: short text, then extended text on a line of its own."""
+    short = event["short"][0].get("text") or ""
+    extended = event["extended"][0].get("text") or "" if event.get("extended") else ""
+    return folded(short + ("\n" if short and extended else "") + extended)
+
+
+def announced(truth):
+    """What the guide must show: channel to (start, seconds, title) to its descriptions with ratings, one for each table."""
+    describes = any(table.endswith("/0x42") for table in truth["tables_seen"])
+    names = {service["service_id"]: (described if describes else undescribed)(service)[0] for service in truth["services"]}
+    channels = {}
+    for event in truth["events"]:
+        if event.get("actual") is False or not event.get("short") or not event.get("start_utc"):
+            continue
+        codes = [rating["rating"] for rating in event.get("parental_rating") or [{"rating": 0}]]
+        age = codes[0] + 3 if 0 < codes[0] < 16 else 0  # EN 300 468, 6.2.28
+        key = (event["start_utc"], event["duration_s"], folded(event["short"][0].get("title")))
+        shown = channels.setdefault(names.get(event["service_id"]), {}).setdefault(key, set())
+        shown.add((programme_texts(event), age))
+    return channels
+
+
+def guide_differences(guide, wanted):
+    """One line for each thing that the guide has otherwise than the broadcast."""
+    for entry in guide:
+        name = entry["channel"]["name"]
+        left = dict(wanted.get(name, {}))
+        for programme in entry["programmes"]:
+            seconds = programme["endTime"] - programme["startTime"]
+            key = (programme["start"], seconds, folded(programme["title"]))
+            texts = (folded(programme["description"]), max(programme["rating"], 0))
+            if key not in left:
+                yield f"{name}: {key} is not broadcast, or shown twice"
+            elif texts not in left[key]:
+                yield f"{name}: {key} is shown as {texts}, broadcast is {left[key]}"
+            left.pop(key, None)
+        for key in left:
+            yield f"{name}: {key} is missing"
+
+
 class Television:
     """`tv` with a capture on the air."""
 
@@ -138,6 +180,11 @@ def check(program, capture, truth):
             faults = list(differences(channels, wanted)) if wanted is not None else []
             if json.loads(scan.stdout)["names"] != [channel["name"] for channel in channels]:
                 faults.append("scan and channels give other names")
+            if wanted is not None and truth["events"]:
+                guide = television.run("guide")
+                if guide.returncode != 0:
+                    return [*faults, f"guide: status {guide.returncode} {guide.stderr.strip()}"]
+                faults += guide_differences(json.loads(guide.stdout), announced(truth))
             return faults
         except subprocess.TimeoutExpired as stuck:
             return [f"{stuck.cmd[-1]} hangs"]
