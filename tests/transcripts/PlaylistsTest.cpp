@@ -54,6 +54,7 @@ TEST_F(Playlists, TakeWhatStartsStrictlyInside) {
       {JUNE_5 - DAY + 1, "recordings.playlist.weeks.this "},
       {JUNE_5 - DAY, ""},  // Sunday 00:00
       {JUNE_5 - DAY - 1, "recordings.playlist.weeks.one "},
+      {JUNE_5 - 7 * DAY, "recordings.playlist.weeks.one "},  // in May as well: the first list only
       {JUNE_5 - 8 * DAY - 1, "recordings.playlist.month.may "},
       {1656633600 + 1, "recordings.playlist.month.july "},  // 2022-07-01, eleven months back
       {1656633600, ""},

@@ -58,6 +58,24 @@ TEST_F(Timers, RunAndLeaveTheirRecording) {
   }
 }
 
+TEST_F(Timers, AreCancelledWhileTheyRecord) {
+  announce(EVENT, "News", NOW + 100, NOW + 200);
+  openRecorder();
+  Scheduling* const first = running();
+  stage.nextTimer = RECORDING + 1;
+  Scheduling* const second = record("Night", NOW - 4, NOW + 600);
+  sendTimer(DURIX_EVENT_TIMER_ACTIVE, RECORDING + 1);
+  Scheduling* const waiting = record("Morning", NOW + 700, NOW + 800);
+  stage.drop();
+  EXPECT_TRUE(recorder->cancelScheduling(first));
+  EXPECT_EQ(told(), expected("timer_cancelled"));
+  EXPECT_FALSE(recording()->isActive());
+  EXPECT_EQ(recording()->getEndTimeT(), NOW + 50) << "its own";
+  EXPECT_EQ(marks(program()) + marks(recording()), "");
+  EXPECT_EQ(marks(channel(ONE)), "R") << "the other one still records it";
+  EXPECT_EQ(marks(second) + marks(waiting), "A");
+}
+
 TEST_F(Timers, EndWithTheDevice) {
   announce(EVENT, "News", NOW + 100, NOW + 200);
   openRecorder();
