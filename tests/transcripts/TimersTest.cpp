@@ -283,6 +283,52 @@ TEST_F(WorstMoments, ATimerThatIsCancelledWhileOthersAreFoundRunningIsLeftAlone)
   EXPECT_EQ(recorder->getActiveSchedulingsServices().size(), 1U);
 }
 
+TEST_F(WorstMoments, ATimerThatIsCancelledWhileReceiversAreCountedMarksNothing) {
+  announce(EVENT, "News", NOW + 100, NOW + 200);
+  openRecorder();
+  record("Evening", NOW - 5, NOW + 500);
+  describe(RECORDING, "Written", NOW, NOW + 50);
+  stage.onNotice = [this] {
+    for (Scheduling* const scheduling : recorder->getScheduled()) recorder->cancelScheduling(scheduling);
+  };
+  sendTimer(DURIX_EVENT_TIMER_ACTIVE, TIMER);
+  stage.onNotice = nullptr;
+  EXPECT_EQ(told("deactive Evening"), 1);
+  EXPECT_EQ(marks(program()), "");
+}
+
+TEST_F(WorstMoments, ATimerThatIsCancelledWhileAnotherFindsItsProgrammesMarksNothing) {
+  announce(EVENT, "News", NOW + 100, NOW + 200);
+  openRecorder();
+  record("Early", NOW + 50, NOW + 300);
+  during("updated Late", [this] { recorder->cancelScheduling(recorder->getScheduled().at(1)); });
+  record("Late", NOW + 90, NOW + 300);
+  EXPECT_EQ(told("deactive Early"), 1);
+  EXPECT_EQ(told("updated Early"), 1) << "when it was made";
+}
+
+TEST_F(WorstMoments, ARecordingThatIsDeletedWhileOthersAreListedIsListedNowhere) {
+  store(50, "A", NOW - 60, NOW - 30);
+  store(51, "B", NOW - 50, NOW - 30);
+  openRecorder();
+  during("playlist recordings.playlist.weeks.this [A]",
+         [this] { EXPECT_TRUE(recorder->deleteRecording(recorder->getRecorded().at(1))); });
+  recorder->refresh();
+  EXPECT_EQ(listed(), 1U);
+}
+
+TEST_F(WorstMoments, ATimeshiftThatTwoThreadsEndIsDeletedOnce) {
+  openRecorder();
+  Recording* const timeshift = recorder->timeshift(channel(ONE), 60);
+  stage.during["durix_recorder_remove_recording"] = [this, timeshift] {
+    stage.during.clear();
+    std::thread([this, timeshift] { EXPECT_TRUE(recorder->deleteRecording(timeshift)); }).join();
+  };
+  recorder->endTimeshift(timeshift);
+  EXPECT_EQ(stage.calls("durix_recorder_remove_recording"), 2);
+  EXPECT_EQ(recorder->getLastError(), "") << "the middleware took both";
+}
+
 /// The middleware may wait for an event that is being handled until it has removed a timeshift or changed a timer.
 TEST_F(WorstMoments, EventsAreHandledWhileTheMiddlewareRemovesATimeshift) {
   openRecorder();
@@ -296,8 +342,10 @@ TEST_F(WorstMoments, EventsAreHandledWhileTheMiddlewareRemovesATimeshift) {
   recorder->endTimeshift(timeshift);
   EXPECT_TRUE(scheduling->isActive());
   stage.during["durix_recorder_modify_timer"] = elsewhere(DURIX_EVENT_TIMER_DEACTIVE);
+  stage.drop();
   EXPECT_TRUE(recorder->modifyScheduling(scheduling, NOW, NOW + 5, "gone"));
   EXPECT_TRUE(recorder->getScheduled().empty());
+  EXPECT_EQ(lines().find("durix_attribute"), std::string::npos) << "it is not read again";
 }
 
 }  // namespace
