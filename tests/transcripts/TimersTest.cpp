@@ -304,7 +304,8 @@ TEST_F(WorstMoments, ATimerThatIsCancelledWhileAnotherFindsItsProgrammesMarksNot
   during("updated Late", [this] { recorder->cancelScheduling(recorder->getScheduled().at(1)); });
   record("Late", NOW + 90, NOW + 300);
   EXPECT_EQ(told("deactive Early"), 1);
-  EXPECT_EQ(told("updated Early"), 1) << "when it was made";
+  const auto isSearch = [](const std::string& line) { return line.starts_with("INFO Finding recording :Early"); };
+  EXPECT_EQ(stage.takeIf(isSearch).size(), 1U) << "when it was made";
 }
 
 TEST_F(WorstMoments, ARecordingThatIsDeletedWhileOthersAreListedIsListedNowhere) {
