@@ -2,12 +2,8 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
-#include "BroadcastRecording.h"
-#include "BroadcastScheduling.h"
 #include "ServiceImpl.h"
-#include "guide/EsgAttributes.h"
 #include "support/EventRecord.h"
 #include "support/Log.h"
 #include "support/MwMemory.h"
@@ -16,13 +12,6 @@
 namespace {
 
 const LogSource LOG{Logger::loggerFactory("BROADCASTRECORDER"), "plugins/dvbt/src/BroadcastRecorder"};
-
-// Message keys that the host translates.
-constexpr const char* ERROR_INSUFFICIENT_DISK_SPACE = "recorder.error.insufficientdiskspace";
-constexpr const char* ERROR_TIMER_CONFLICT = "recorder.error.conflictingtimer";
-constexpr const char* ERROR_INIT = "recorder.error.init";
-constexpr const char* ERROR_INTERNAL = "recorder.error.internal";
-constexpr const char* ERROR_INVALID_RECORD_TIME = "recorder.error.invalidtime";
 
 constexpr const char* NOT_INITIALIZED = "Recorder not initialized";
 constexpr const char* NOT_INITIALIZED_WITH_PROVIDER = "Recorder not initialized with provider!";
@@ -46,30 +35,14 @@ Tag* tagOf(const char* name) {
   return TagFactory::getInstance()->getTag(name, name, "");
 }
 
-durix_esg_object* handleOf(Scheduling* scheduling) {
-  auto* const own = dynamic_cast<BroadcastScheduling*>(scheduling);
-  return own == nullptr ? nullptr : own->getHandle();
-}
-
-/// An array that a failed call left behind is not ours to free.
-bool isListed(durix_return_code code, EsgArray* records) {
-  if (code != DURIX_OK) *records->items() = nullptr;
-  return code == DURIX_OK;
-}
-
-durix_esg_object* handleOf(Recording* recording) {
-  auto* const own = dynamic_cast<BroadcastRecording*>(recording);
-  return own == nullptr ? nullptr : own->getHandle();
-}
-
 }  // namespace
 
 BroadcastRecorder::BroadcastRecorder(BroadcastPlugin& plugin, RecorderHost& host)
     : Recorder(&plugin),
       _broadcast(plugin),
-      _host(host),
       _recordedTag(tagOf("Recorded")),
       _isActiveRecordingTag(tagOf("IsActiveRecording")),
+      _stored(plugin, host, _clips, _durixRecorder),
       _playlists(*this, plugin, _clips, _recordedTag),
       _timerEvents({*this, plugin, _clips, _playlists, _recordedTag, _isActiveRecordingTag}, *this),
       _mwListener(std::make_unique<MwListener>(static_cast<TimerEventHandler*>(this))) {
@@ -78,7 +51,7 @@ BroadcastRecorder::BroadcastRecorder(BroadcastPlugin& plugin, RecorderHost& host
   durix_recorder* recorder = nullptr;
   if (durix_recorder_create(&recorder) != DURIX_OK) {
     BC_ERR(LOG, "Error creating Recorder");
-    setLastError(ERROR_INIT);
+    _error.set(ERROR_INIT);
     return;
   }
   _durixRecorder = recorder;
@@ -99,7 +72,7 @@ void BroadcastRecorder::init() {
   const Lock lock(_mutex);
   if (!_created || _initialized) return;
   if (!_recordingsLoaded) {
-    loadRecordings();
+    _stored.loadRecordings();
     _playlists.buildRecordingPlaylists();
     _recordingsLoaded = true;
   }
@@ -114,11 +87,11 @@ void BroadcastRecorder::activate(durix_handle* handle, durix_provider* provider)
   _durixHandle = handle;
   if (durix_recorder_activate(_durixRecorder, provider) != DURIX_OK) {
     BC_ERR(LOG, "Error activating recorder");
-    setLastError(ERROR_INIT);
+    _error.set(ERROR_INIT);
     return;
   }
   const Lock lock(_mutex);
-  loadSchedulings();
+  _stored.loadSchedulings();
   if (!_schedulingPlaylistsBuilt) {
     _schedulingPlaylistsBuilt = true;
     _playlists.buildSchedulingPlaylists();
@@ -143,64 +116,6 @@ void BroadcastRecorder::deactivate() {
   _activated = false;
 }
 
-void BroadcastRecorder::loadRecordings() {
-  EsgArray records;
-  if (!isListed(durix_recorder_list_recordings(_durixRecorder, records.items(), records.count()), &records)) return;
-  BC_INFO(LOG, "Got %d recordings", static_cast<int>(records.size()));
-  for (durix_esg_object& record : records) {
-    if (_clips.findRecording(record.id) != nullptr) continue;
-    if (Recording* const recording = createRecording(&record)) _clips.add(recording);
-  }
-}
-
-void BroadcastRecorder::loadSchedulings() {
-  EsgArray records;
-  if (!isListed(durix_recorder_list_timers(_durixRecorder, records.items(), records.count()), &records)) return;
-  BC_INFO(LOG, "Got %d scheduled recordings", static_cast<int>(records.size()));
-  for (durix_esg_object& record : records) {
-    if (_clips.findScheduling(record.id) != nullptr) continue;
-    Scheduling* const scheduling = createScheduling(&record);
-    if (scheduling == nullptr) continue;
-    findTargetService(scheduling, record);
-    _clips.add(scheduling);
-  }
-}
-
-/// A timer names its service by name and original network.
-void BroadcastRecorder::findTargetService(Scheduling* scheduling, const durix_esg_object& timer) {
-  const std::string name = ::getStringAttribute(&timer, DURIX_ATTRIBUTE_SERVICE_ID);
-  const auto network = static_cast<unsigned>(::getIntAttribute(&timer, DURIX_ATTRIBUTE_ORIGINAL_NETWORK_ID));
-  BC_INFO(LOG, "Loaded scheduling:%s, service:%s:%u start:%u end:%u", scheduling->getName().c_str(), name.c_str(),
-          network, static_cast<unsigned>(scheduling->getStartTimeT()),
-          static_cast<unsigned>(scheduling->getEndTimeT()));
-  Service* const service = _host.getService(name, network);
-  if (service == nullptr) return;
-  BC_INFO(LOG, "Found service ok.");
-  scheduling->setTargetService(service);
-  scheduling->setTargetServiceName(name);
-  scheduling->setTargetServiceNetworkId(network);
-}
-
-Recording* BroadcastRecorder::createRecording(durix_esg_object* object) {
-  if (object == nullptr) {
-    BC_ERR(LOG, "Given recording handle is null, cannot create recording");
-    return nullptr;
-  }
-  auto* const recording = new BroadcastRecording(object, &_broadcast);
-  recording->fillMetadata();
-  return recording;
-}
-
-Scheduling* BroadcastRecorder::createScheduling(durix_esg_object* object) {
-  if (object == nullptr) {
-    BC_ERR(LOG, "Given scheduling handle is null, cannot create scheduling");
-    return nullptr;
-  }
-  auto* const scheduling = new BroadcastScheduling(object, &_broadcast);
-  scheduling->fillMetadata();
-  return scheduling;
-}
-
 bool BroadcastRecorder::isReady(const char* notInitialized) {
   if (!_initialized) {
     BC_ERR(LOG, "%s", notInitialized);
@@ -209,7 +124,7 @@ bool BroadcastRecorder::isReady(const char* notInitialized) {
   } else {
     return true;
   }
-  setLastError(ERROR_INIT);
+  _error.set(ERROR_INIT);
   return false;
 }
 
@@ -233,7 +148,7 @@ Scheduling* BroadcastRecorder::record(Program* program) {
   const std::int64_t now = systemTime();
   if (start <= 0 || end <= now) {
     BC_ERR(LOG, "Error adding recording timer");
-    setLastError(end < now ? ERROR_INVALID_RECORD_TIME : ERROR_INTERNAL);
+    _error.set(end < now ? ERROR_INVALID_RECORD_TIME : ERROR_INTERNAL);
     return nullptr;
   }
   Scheduling* const scheduling = addTimer(*service, name, name, narrowed(start), narrowed(end));
@@ -279,11 +194,11 @@ Scheduling* BroadcastRecorder::addTimer(const ServiceImpl& service, const std::s
   BC_INFO(LOG, "BroadcastRecorder::record: program :%s start:%u end:%u", shownName.c_str(),
           static_cast<unsigned>(start), static_cast<unsigned>(end));
   if (code != DURIX_OK) {
-    setLastError(code);
+    _error.set(code);
     BC_ERR(LOG, "Error adding recording timer %u", code);
     return nullptr;
   }
-  return createScheduling(timer);
+  return _stored.createScheduling(timer);
 }
 
 Recording* BroadcastRecorder::timeshift(Service* service, int duration) {
@@ -303,11 +218,11 @@ Recording* BroadcastRecorder::timeshift(Service* service, int duration) {
       durix_recorder_add_timer(_durixRecorder, _provider.load()->protocol, own->getDataPtr(), DURIX_TIMER_TIMESHIFT, 0,
                                narrowed(end), TIMESHIFT_VALUE, cutText(service->getName(), NAME_BYTES).c_str(), &timer);
   if (code != DURIX_OK) {
-    setLastError(code);
+    _error.set(code);
     BC_ERR(LOG, "Error adding recording timeshift");
     return nullptr;
   }
-  Recording* const recording = createRecording(timer);
+  Recording* const recording = _stored.createRecording(timer);
   if (recording == nullptr) return nullptr;
   recording->setTargetService(service);
   _timeshiftRecording = recording;
@@ -321,7 +236,7 @@ void BroadcastRecorder::endTimeshift(Recording* recording) {
     const Lock lock(_mutex);
     if (recording == nullptr || !isOwnRecording(recording)) {
       BC_ERR(LOG, "Recording is NULL!");
-      setLastError(ERROR_INTERNAL);
+      _error.set(ERROR_INTERNAL);
       return;
     }
     forgetTimeshift(recording);
@@ -363,13 +278,13 @@ void BroadcastRecorder::deleteStoredRecording(Recording* recording) {
 bool BroadcastRecorder::deleteRecording(Recording* recording) {
   if (!_initialized) {
     BC_ERR(LOG, "%s", NOT_INITIALIZED_WITH_PROVIDER);
-    setLastError(ERROR_INIT);
+    _error.set(ERROR_INIT);
     return false;
   }
   const Lock lock(_mutex);
   if (recording == nullptr || !isOwnRecording(recording)) {
     BC_ERR(LOG, "Recording is NULL!");
-    setLastError(ERROR_INTERNAL);
+    _error.set(ERROR_INTERNAL);
     return false;
   }
   if (recording->isActive()) {
@@ -451,7 +366,7 @@ bool BroadcastRecorder::modifyScheduling(Scheduling* scheduling, int start, int 
   const durix_return_code code = durix_recorder_modify_timer(_durixRecorder, handleOf(scheduling), start, end,
                                                              RECORDING_VALUE, cutText(name, NAME_BYTES).c_str());
   if (code != DURIX_OK) {
-    setLastError(code);
+    _error.set(code);
     BC_ERR(LOG, "Error modifying the timer %u", code);
     return false;
   }
@@ -492,7 +407,7 @@ void BroadcastRecorder::updateFavoritePlaylist(Playlist* playlist) {
   _favoritePlaylist = playlist;
   if (!_initialized) {
     BC_ERR(LOG, "updateFavoritePlaylist : Recorder not initialized yet!");
-    setLastError(ERROR_INIT);
+    _error.set(ERROR_INIT);
     return;
   }
   const Lock lock(_mutex);
@@ -538,29 +453,6 @@ std::string BroadcastRecorder::getRecordingDirectory() {
   return path.str();
 }
 
-std::string BroadcastRecorder::getLastError() {
-  const Lock lock(_errorMutex);
-  return std::exchange(_lastError, " ");  // a space, not an empty text
-}
-
-void BroadcastRecorder::setLastError(const char* key) {
-  const Lock lock(_errorMutex);
-  _lastError = key;
-}
-
-void BroadcastRecorder::setLastError(durix_return_code code) {
-  switch (code) {
-    case DURIX_INSUFFICIENT_DISK_SPACE:
-      return setLastError(ERROR_INSUFFICIENT_DISK_SPACE);
-    case DURIX_CONFLICTING_TIMER:
-      return setLastError(ERROR_TIMER_CONFLICT);
-    case DURIX_INVALID_TIME:
-      return setLastError(ERROR_INVALID_RECORD_TIME);
-    default:
-      return setLastError(ERROR_INIT);
-  }
-}
-
 void BroadcastRecorder::timerActivating(durix_event_data* data) {
   BC_INFO(LOG, "timerActivating");
   const Lock lock(_mutex);
@@ -580,23 +472,7 @@ void BroadcastRecorder::timerDeactive(durix_event_data* data) {
 void BroadcastRecorder::recorderDeviceFull(durix_event_data* data) {
   const Lock lock(_mutex);
   std::unique_ptr<durix_esg_object> timer;
-  if (findTimer(EventRecord(data).word(DURIX_OFFSET_TIMER_ID), &timer)) _timerEvents.deviceFull(data);
-}
-
-bool BroadcastRecorder::findTimer(unsigned id, std::unique_ptr<durix_esg_object>* out) {
-  out->reset();
-  EsgArray timers;
-  if (!isListed(durix_recorder_list_timers(_durixRecorder, timers.items(), timers.count()), &timers)) return false;
-  for (const durix_esg_object& timer : timers) {
-    if (timer.id == id) *out = std::make_unique<durix_esg_object>(timer);
-  }
-  return *out != nullptr;
-}
-
-durix_esg_object* BroadcastRecorder::recordingOf(Scheduling* scheduling) {
-  durix_esg_object* recording = nullptr;
-  if (durix_recorder_get_recording(_durixRecorder, handleOf(scheduling), &recording) != DURIX_OK) return nullptr;
-  return recording;
+  if (_stored.findTimer(EventRecord(data).word(DURIX_OFFSET_TIMER_ID), &timer)) _timerEvents.deviceFull(data);
 }
 
 void BroadcastRecorder::notifyProgramUpdate(Plugin* /*plugin*/, Service* service, std::vector<Program*>* /*programs*/) {

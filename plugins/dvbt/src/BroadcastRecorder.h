@@ -9,7 +9,9 @@
 #include "recording/ClipRegistry.h"
 #include "recording/MwListener.h"
 #include "recording/PlaylistShelf.h"
+#include "recording/RecorderError.h"
 #include "recording/RecorderHost.h"
+#include "recording/StoredClips.h"
 #include "recording/TimerEvents.h"
 #include "support/Lock.h"
 #include "velmora/BroadcastPlugin.h"
@@ -48,7 +50,7 @@ class BroadcastRecorder : public Recorder, public PluginListener, private TimerE
   std::vector<Scheduling*> getScheduled() override { return _clips.schedulings(); }
   bool deleteRecording(Recording* recording) override;
   std::vector<Scheduling*> getConflicting(Program* program) override;
-  std::string getLastError() override;
+  std::string getLastError() override { return _error.take(); }
   void refresh() override;
   bool setRecordingDirectory(std::string path) override;
   std::string getRecordingDirectory() override;
@@ -67,15 +69,10 @@ class BroadcastRecorder : public Recorder, public PluginListener, private TimerE
   void timerActive(durix_event_data* data) override;
   void timerDeactive(durix_event_data* data) override;
   void recorderDeviceFull(durix_event_data* data) override;
-  durix_esg_object* recordingOf(Scheduling* scheduling) override;
-  Recording* createRecording(durix_esg_object* object) override;
+  durix_esg_object* recordingOf(Scheduling* scheduling) override { return _stored.recordingOf(scheduling); }
+  Recording* createRecording(durix_esg_object* object) override { return _stored.createRecording(object); }
 
-  Scheduling* createScheduling(durix_esg_object* object);
-  void loadRecordings();
-  void loadSchedulings();
-  void findTargetService(Scheduling* scheduling, const durix_esg_object& timer);
   void updateScheduledPrograms();
-  bool findTimer(unsigned id, std::unique_ptr<durix_esg_object>* out);
   bool isReady(const char* notInitialized);
   Scheduling* addTimer(const ServiceImpl& service, const std::string& name, const std::string& shownName, int start,
                        int end);
@@ -84,17 +81,15 @@ class BroadcastRecorder : public Recorder, public PluginListener, private TimerE
   void forgetTargetRecording(const Recording* recording);
   void deleteStoredRecording(Recording* recording);
   void releaseReceiver(Scheduling* scheduling);
-  void setLastError(durix_return_code code);
-  void setLastError(const char* key);
 
   // fixed after construction
-  BroadcastPlugin& _broadcast;  // outlives this, as the next
-  RecorderHost& _host;
+  BroadcastPlugin& _broadcast;  // outlives this
   Tag* const _recordedTag;
   Tag* const _isActiveRecordingTag;
 
   RankedMutex _mutex{LockRank::Recorder};  // every change of what follows
   ClipRegistry _clips;
+  StoredClips _stored;
   PlaylistShelf _playlists;
   TimerEvents _timerEvents;
   bool _recordingsLoaded = false;
@@ -109,8 +104,7 @@ class BroadcastRecorder : public Recorder, public PluginListener, private TimerE
   std::atomic<Recording*> _timeshiftRecording = nullptr;  // owned
   std::vector<Recording*> _orphans;  // owned: timeshifts whose removal failed; they may be removed again
 
-  RankedMutex _errorMutex{LockRank::Leaf};
-  std::string _lastError BC_GUARDED_BY(_errorMutex);
+  RecorderError _error;
 
   std::unique_ptr<MwListener> _mwListener;  // goes first
 };
