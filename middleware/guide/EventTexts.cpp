@@ -1,27 +1,15 @@
 #include "middleware/guide/EventTexts.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
+
+#include "middleware/si/Languages.h"
 
 namespace durix {
 namespace {
 
 constexpr char FIELD_END = '\x1F';
 constexpr char LANGUAGE_END = '\x1E';
-
-// ISO 639-2 has two codes for these languages; broadcasts carry either.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 20> TWINS{{
-    {"alb", "sqi"}, {"arm", "hye"}, {"baq", "eus"}, {"bur", "mya"}, {"chi", "zho"}, {"cze", "ces"}, {"dut", "nld"},
-    {"fre", "fra"}, {"geo", "kat"}, {"ger", "deu"}, {"gre", "ell"}, {"ice", "isl"}, {"mac", "mkd"}, {"mao", "mri"},
-    {"may", "msa"}, {"per", "fas"}, {"rum", "ron"}, {"slo", "slk"}, {"tib", "bod"}, {"wel", "cym"},
-}};
-
-std::string_view canonicalCode(std::string_view code) {
-  const auto* const twin =
-      std::find_if(TWINS.begin(), TWINS.end(), [&](const auto& pair) { return pair.first == code; });
-  return twin == TWINS.end() ? code : twin->second;
-}
 
 std::string_view takeUntil(std::string_view& rest, char end) {
   const auto at = std::min(rest.find(end), rest.size());
@@ -69,10 +57,16 @@ std::vector<EventTexts::View> EventTexts::views() const {
 EventTexts::View EventTexts::inLanguage(std::string_view language) const {
   const auto all = views();
   if (all.empty()) return {};
-  const auto wanted = canonicalCode(language);
-  const auto found =
-      std::find_if(all.begin(), all.end(), [&](const View& view) { return canonicalCode(view.language) == wanted; });
-  return found == all.end() ? all.front() : *found;
+  std::string wanted(language);  // who sets it may write it as he likes; broadcasts are read in lower case
+  std::transform(wanted.begin(), wanted.end(), wanted.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  const auto found = std::find_if(all.begin(), all.end(), [&](const View& view) {
+    return canonicalLanguage(view.language) == canonicalLanguage(wanted);
+  });
+  View view = found == all.end() ? all.front() : *found;
+  // A language may have an extended text only; a programme still has a name.
+  for (auto other = all.begin(); view.title.empty() && other != all.end(); ++other) view.title = other->title;
+  return view;
 }
 
 EventTexts EventTexts::enrichedBy(const EventTexts& other) const {

@@ -21,7 +21,8 @@ class EventTexts {
   static EventTexts unpacked(std::string packed);
   const std::string& packed() const;
 
-  /// In the language of an ISO 639-2 code of either kind (deu, ger), else in the first one.
+  /// In the language of an ISO 639-2 code of either kind (deu, ger) and case, else in the first one. A title that this
+  /// language lacks is read in another.
   std::string_view title(std::string_view language) const { return inLanguage(language).title; }
   std::string_view description(std::string_view language) const { return inLanguage(language).description; }
 

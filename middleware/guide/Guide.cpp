@@ -100,14 +100,17 @@ Guide::Counts Guide::counts() const {
 Timeline& Guide::timeline(std::uint32_t service) {
   const auto known = _timelines.find(service);
   if (known != _timelines.end()) return known->second;
-  return _timelines.emplace(service, Timeline(load(service)->events())).first->second;
+  const auto kept = load(service);
+  if (!kept->events().empty()) _resumed.insert(service);
+  return _timelines.emplace(service, Timeline(kept->events())).first->second;
 }
 
-void Guide::take(std::uint32_t service, EventTableUpdate&& update, const Reception& reception) {
+std::optional<std::int64_t> Guide::take(std::uint32_t service, EventTableUpdate&& update, const Reception& reception) {
   Timeline& line = timeline(service);
   const std::int64_t now = overBefore(update, reception);
   const std::uint8_t table = update.key.table;
   Counts counts;
+  std::optional<std::int64_t> lastEnd;
   for (auto& [number, events] : update.sections) {
     std::vector<GuideEvent> claims;
     for (auto& event : events) {
@@ -117,11 +120,14 @@ void Guide::take(std::uint32_t service, EventTableUpdate&& update, const Recepti
                        .start = event.start + reception.shift,
                        .end = event.end + reception.shift,
                        .texts = EventTexts(event.texts)};
-      if (isSensible(claim, reception.told)) claims.push_back(std::move(claim));
+      if (!isSensible(claim, reception.told)) continue;
+      lastEnd = std::max(claim.end, lastEnd.value_or(claim.end));
+      claims.push_back(std::move(claim));
     }
-    counts.events += claims.size();
-    counts.dropped += events.size() - claims.size();
-    line.replace({reception.multiplex, table, number}, std::move(claims), now);
+    const std::size_t sensible = claims.size();
+    const std::size_t taken = sensible - line.replace({reception.multiplex, table, number}, std::move(claims), now);
+    counts.events += taken;
+    counts.dropped += events.size() - taken;
   }
   if (update.isWhole) line.keepSections(reception.multiplex, table, update.present, now);
   if (update.isWhole && table >= EIT_SCHEDULE_ACTUAL_TABLE) {
@@ -129,16 +135,27 @@ void Guide::take(std::uint32_t service, EventTableUpdate&& update, const Recepti
     const std::uint8_t end = isOwn ? EIT_SCHEDULE_OTHER_TABLE - 1 : EIT_LAST_TABLE;
     line.dropTables(reception.multiplex, std::max(update.lastTable, table), end, now);
   }
+  const bool isOther = table == EIT_PRESENT_OTHER_TABLE || table >= EIT_SCHEDULE_OTHER_TABLE;
+  if (update.isWhole && reception.isHome && !isOther) line.dropElsewhere(reception.multiplex, table, now);
   _changed.insert(service);
   const std::scoped_lock lock(_mutex);
   _counts.events += counts.events;
   _counts.dropped += counts.dropped;
+  return lastEnd;
+}
+
+void Guide::endRound() {
+  for (const auto service : _resumed) timeline(service).forgetKept();
+  _changed.merge(_resumed);
+  _resumed.clear();
 }
 
 bool Guide::flush() {
   struct Settled {
+    Timeline* line;
     std::uint32_t service;
     Timeline::Outcome outcome;
+    std::shared_ptr<const ServiceGuide> guide;
   };
   std::vector<Settled> settled;
   std::vector<EventChange> changes;
@@ -146,10 +163,14 @@ bool Guide::flush() {
     Timeline& line = timeline(service);
     line.forget(oldest());
     Timeline::Outcome outcome = line.settle();
-    if (!outcome.hasChanged()) continue;
+    if (!outcome.hasChanged()) {
+      line.accept(std::move(outcome));
+      continue;
+    }
     for (const auto& event : outcome.added) event->id = ++_lastId;
     changes.push_back({service, {outcome.added.begin(), outcome.added.end()}, outcome.removed});
-    settled.push_back({service, std::move(outcome)});
+    auto guide = std::make_shared<const ServiceGuide>(outcome.events, *load(service), outcome.removed);
+    settled.push_back({&line, service, std::move(outcome), std::move(guide)});
   }
   if (!changes.empty()) {
     _store.use([&](Database& database) {
@@ -158,12 +179,12 @@ bool Guide::flush() {
       transaction.commit();
     });
   }
+  // From here on nothing may fail: lines and store tell the same.
   _changed.clear();
-  for (auto& [service, outcome] : settled) {
-    timeline(service).accept(outcome);
-    auto guide = std::make_shared<const ServiceGuide>(std::move(outcome.events), *load(service), outcome.removed);
+  for (auto& each : settled) {
+    each.line->accept(std::move(each.outcome));
     const std::scoped_lock lock(_mutex);
-    _slots[service] = {.guide = std::move(guide), .isRead = false};
+    _slots.at(each.service) = {.guide = std::move(each.guide), .isRead = false};
   }
   return !settled.empty();
 }

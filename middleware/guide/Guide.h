@@ -52,8 +52,13 @@ class Guide {
     std::uint32_t multiplex = 0;
     std::int64_t shift = 0;
     std::optional<std::int64_t> told{};
+    bool isHome = true;  // the multiplex is the service's own
   };
-  void take(std::uint32_t service, EventTableUpdate&& update, const Reception& reception);
+  /// The latest end of what it took, in viewers' time; nothing when it took nothing.
+  std::optional<std::int64_t> take(std::uint32_t service, EventTableUpdate&& update, const Reception& reception);
+
+  /// Every multiplex has been received to its end in this run; `flush` makes known what that changes.
+  void endRound();
 
   /// Makes durable and then visible what was taken since; whether anything has changed.
   bool flush();
@@ -84,6 +89,7 @@ class Guide {
   // the collector's own
   std::map<std::uint32_t, Timeline> _timelines;
   std::set<std::uint32_t> _changed;  // services whose line is to be settled
+  std::set<std::uint32_t> _resumed;  // services whose line still knows what was kept
   std::uint32_t _lastId = 0;
 
   std::mutex _loading;  // one service is loaded at a time; the store is used under it

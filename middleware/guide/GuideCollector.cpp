@@ -66,6 +66,10 @@ void GuideCollector::turn(const std::stop_token& stop) {
     tellOfChange(false);
     return;
   }
+  if (!isBusy && _parts.feeds.isAnyOpen() && wasAllReceived()) {
+    _parts.guide.endRound();
+    flush();
+  }
   if (_isStoreFailing) flush();
   tellOfChange(true);
   {
@@ -73,6 +77,11 @@ void GuideCollector::turn(const std::stop_token& stop) {
     _progress.isDone = _parts.feeds.isAnyOpen() && !isBusy && !_changedSince;
   }
   _parts.feeds.waitForChange(stop, isBusy || _changedSince ? BUSY_TURN : IDLE_TURN);
+}
+
+bool GuideCollector::wasAllReceived() const {
+  return !_read.empty() &&
+         std::all_of(_read.begin(), _read.end(), [](const auto& entry) { return entry.second.isReceived; });
 }
 
 // Who changes from one feed to another has none for a moment.
@@ -159,6 +168,7 @@ void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex&
     if (!isWhole) return;
     if (file && reception.lastEnd()) _parts.timeShifts.tellLastEnd(*file, *reception.lastEnd());
     _dropped += reception.dropped();
+    read.isReceived = true;
   }
   read.checked = Clock::now();
   _read[multiplex.id] = std::move(read);

@@ -58,12 +58,14 @@ class GuideCollector {
   struct Read {
     std::string revision;
     std::int64_t shift = 0;
+    bool isReceived = false;    // not when there was nothing
     Clock::time_point checked;  // when it was last seen to be still that
   };
 
   void run(const std::stop_token& stop);
   void turn(const std::stop_token& stop);
   std::optional<std::uint32_t> nextMultiplex();
+  bool wasAllReceived() const;
   bool isStale(const StoredMultiplex& multiplex);
   std::int64_t shiftOf(const StoredMultiplex& multiplex) const;
   void collect(const std::stop_token& stop, const StoredMultiplex& multiplex);

@@ -42,11 +42,10 @@ void GuideReception::takeSection(std::uint16_t pid, const Section& section) {
 }
 
 void GuideReception::take(EventTableUpdate&& update) {
-  for (const auto& [number, events] : update.sections) {
-    for (const auto& event : events) _lastEnd = std::max(event.end, _lastEnd.value_or(event.end));
-  }
   if (const auto service = serviceOf(update.key)) {
-    _guide.take(*service, std::move(update), _reception);
+    _reception.isHome = _catalogue->services.at(*service).multiplex == _reception.multiplex;
+    const auto end = _guide.take(*service, std::move(update), _reception);
+    if (end) _lastEnd = std::max(*end - _reception.shift, _lastEnd.value_or(*end - _reception.shift));
   } else {
     for (const auto& [number, events] : update.sections) _strangers += events.size();
   }

@@ -28,7 +28,7 @@ class GuideReception {
 
   bool hasGoneRound() const { return _carousel.hasGoneRound(); }
 
-  /// The latest end of an event, in the stream's time; nothing without any.
+  /// The latest end of an event that makes sense, in the stream's time; nothing without any.
   std::optional<std::int64_t> lastEnd() const { return _lastEnd; }
 
   /// Events without service, sensible moment or text.

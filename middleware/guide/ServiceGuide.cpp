@@ -5,7 +5,8 @@
 namespace durix {
 namespace {
 constexpr std::chrono::minutes AFTERLIFE(1);
-}
+constexpr std::size_t MOST_REMOVED = 1U << 17;  // a stream may change everything all the time
+}  // namespace
 
 ServiceGuide::ServiceGuide(std::vector<GuideEventPtr> events) : _events(std::move(events)) {
   buildIndex();
@@ -19,6 +20,9 @@ ServiceGuide::ServiceGuide(std::vector<GuideEventPtr> events, const ServiceGuide
     if (now - entry.first < AFTERLIFE) _removed.push_back(entry);
   }
   for (const auto& event : removed) _removed.emplace_back(now, event);
+  if (_removed.size() > MOST_REMOVED) {
+    _removed.erase(_removed.begin(), _removed.end() - static_cast<std::ptrdiff_t>(MOST_REMOVED));
+  }
   buildIndex();
 }
 
@@ -37,8 +41,10 @@ const GuideEvent* ServiceGuide::find(std::uint32_t id) const {
 
 bool ServiceGuide::contains(std::uint32_t id) const {
   const auto* const event = find(id);
-  return event != nullptr &&
-         std::none_of(_removed.begin(), _removed.end(), [&](const auto& entry) { return entry.second.get() == event; });
+  if (event == nullptr) return false;
+  const auto place = std::lower_bound(_events.begin(), _events.end(), event->start,
+                                      [](const auto& each, std::int64_t start) { return each->start < start; });
+  return place != _events.end() && place->get() == event;
 }
 
 }  // namespace durix

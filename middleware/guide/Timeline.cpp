@@ -4,6 +4,7 @@
 #include <iterator>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "middleware/si/EitReader.h"
@@ -15,6 +16,8 @@ namespace {
 constexpr std::int64_t SEAM = 60;
 // An event that moved further has its number for another programme.
 constexpr std::int64_t LONGEST_MOVE = std::int64_t{3} * 3600;
+// A service's, of all tables. A schedule has some thousands; hostile streams have no end.
+constexpr std::size_t MOST_CLAIMS = 250'000;
 
 unsigned rankOf(std::uint8_t table) {
   if (table == EIT_PRESENT_ACTUAL_TABLE) return 4;
@@ -38,6 +41,20 @@ bool comesFirst(const Claim& a, const Claim& b) {
   if (a.rank != b.rank) return a.rank > b.rank;
   if (a.age != b.age) return a.age > b.age;
   return a.event->start < b.event->start;
+}
+
+// The event numbers that one table has for several events at once: some broadcasters give one to all. `claims` are in
+// the order above.
+std::unordered_set<std::uint16_t> sharedNumbers(std::span<const Claim> claims) {
+  std::unordered_set<std::uint16_t> shared;
+  std::unordered_map<std::uint16_t, const Claim*> last;
+  for (const Claim& claim : claims) {
+    const Claim*& before = last[claim.event->eventId];
+    const bool isOneTable = before != nullptr && before->rank == claim.rank && before->age == claim.age;
+    if (isOneTable && before->event->start != claim.event->start) shared.insert(claim.event->eventId);
+    before = &claim;
+  }
+  return shared;
 }
 
 // A programme in the making: a claim, and where others have changed it.
@@ -65,16 +82,26 @@ struct Draft {
 // Puts claims on the line, the higher ones first.
 class Line {
  public:
-  void place(const Claim& claim) {
+  /// `shared`: numbers that do not tell events apart.
+  explicit Line(std::unordered_set<std::uint16_t> shared) : _shared(std::move(shared)) {}
+
+  /// False when there is no place, or another event in it.
+  bool place(const Claim& claim) {
     if (Draft* const same = findSame(claim)) {
       enrich(*same, *claim.event);
-      return;
+      return same->claim.event->eventId == claim.event->eventId;
     }
     Draft draft(claim);
-    if (!fit(draft)) return;
+    if (!fit(draft)) return false;
     const auto start = draft.start;
     _drafts.emplace(start, std::move(draft));
-    _starts[claim.event->eventId].push_back(start);
+    if (!_shared.contains(claim.event->eventId)) _starts[claim.event->eventId].push_back(start);
+    return true;
+  }
+
+  /// For a programme that is on the line, what was known of it.
+  void remember(const GuideEventPtr& event) {
+    if (Draft* const same = findSame({.rank = 0, .age = 0, .origin = {}, .event = event})) enrich(*same, *event);
   }
 
   const std::map<std::int64_t, Draft>& drafts() const { return _drafts; }
@@ -82,7 +109,9 @@ class Line {
  private:
   // The programme that this event is already. Starts never move once they are on the line.
   Draft* findSame(const Claim& claim) {
-    if (const auto known = _starts.find(claim.event->eventId); known != _starts.end()) {
+    if (_shared.contains(claim.event->eventId)) {
+      if (Draft* const neighbour = findSameNeighbour(claim)) return neighbour;
+    } else if (const auto known = _starts.find(claim.event->eventId); known != _starts.end()) {
       for (const auto start : known->second) {
         Draft& draft = _drafts.at(start);
         if (isSame(draft, claim)) return &draft;
@@ -93,13 +122,32 @@ class Line {
     return isSameSlot ? &place->second : nullptr;
   }
 
-  // Of two with one event number, which some broadcasters give to every event.
-  static bool isSame(const Draft& draft, const Claim& claim) {
+  // Of events whose number says nothing, those next to the start are enough to look at: with all of a long service it
+  // would take the square of their time.
+  Draft* findSameNeighbour(const Claim& claim) {
+    constexpr int NEIGHBOURS = 4;
+    auto place = _drafts.upper_bound(claim.event->start);
+    for (int i = 0; i < 2 && place != _drafts.begin(); ++i) --place;
+    for (int i = 0; i < NEIGHBOURS && place != _drafts.end(); ++i, ++place) {
+      Draft& draft = place->second;
+      if (draft.claim.event->eventId == claim.event->eventId && isSameTime(draft, claim)) return &draft;
+    }
+    return nullptr;
+  }
+
+  static bool isSameTime(const Draft& draft, const Claim& claim) {
     const GuideEvent& known = *draft.claim.event;
     const GuideEvent& event = *claim.event;
     if (event.start == known.start) return true;
     const std::int64_t overlap = std::min(event.end, known.end) - std::max(event.start, known.start);
-    if (overlap * 2 > std::min(event.end - event.start, known.end - known.start)) return true;
+    return overlap * 2 > std::min(event.end - event.start, known.end - known.start);
+  }
+
+  // Of two with one event number, which may have been given anew.
+  static bool isSame(const Draft& draft, const Claim& claim) {
+    if (isSameTime(draft, claim)) return true;
+    const GuideEvent& known = *draft.claim.event;
+    const GuideEvent& event = *claim.event;
     const bool isOneTable = draft.claim.rank == claim.rank && draft.claim.age == claim.age;
     return !isOneTable && std::abs(event.start - known.start) <= LONGEST_MOVE && hasSameTitle(event.texts, known.texts);
   }
@@ -141,41 +189,50 @@ class Line {
     return isOneTable || std::min(later.end, there.end) - later.start < SEAM;
   }
 
+  const std::unordered_set<std::uint16_t> _shared;
   std::map<std::int64_t, Draft> _drafts;                                 // by start
-  std::unordered_map<std::uint16_t, std::vector<std::int64_t>> _starts;  // by event
+  std::unordered_map<std::uint16_t, std::vector<std::int64_t>> _starts;  // by event, without the shared numbers
 };
 
 }  // namespace
 
-Timeline::Timeline(std::span<const GuideEventPtr> stored) : _events(stored.begin(), stored.end()) {
-  for (const auto& event : stored) _claims[event->origin].events.push_back(event);
+Timeline::Timeline(std::span<const GuideEventPtr> stored)
+    : _remembered(stored.begin(), stored.end()), _events(stored.begin(), stored.end()) {
+  for (const auto& event : stored) {
+    if (event->origin.table == 0) {
+      _over.emplace(std::pair(event->start, event->eventId), event);
+    } else {
+      _claims[event->origin].events.push_back(event);
+      ++_claimCount;
+    }
+  }
 }
 
 // What is over stays, whatever its table says next.
 void Timeline::retire(const Claims& claims, std::int64_t now) {
-  auto& over = _claims[GuideOrigin{}].events;
   for (const auto& event : claims.events) {
-    const bool isKnown = std::any_of(over.begin(), over.end(), [&](const GuideEventPtr& known) {
-      return known->eventId == event->eventId && known->start == event->start;
-    });
-    if (event->end <= now && !isKnown) over.push_back(event);
+    if (event->end <= now && _over.size() < MOST_CLAIMS) _over.emplace(std::pair(event->start, event->eventId), event);
   }
 }
 
 Timeline::ClaimMap::iterator Timeline::drop(ClaimMap::iterator claims, std::int64_t now) {
   retire(claims->second, now);
+  _claimCount -= claims->second.events.size();
   return _claims.erase(claims);
 }
 
-void Timeline::replace(const GuideOrigin& origin, std::vector<GuideEvent> events, std::int64_t now) {
+std::size_t Timeline::replace(const GuideOrigin& origin, std::vector<GuideEvent> events, std::int64_t now) {
   const auto known = _claims.find(origin);
   if (known != _claims.end()) drop(known, now);
   Claims& claims = _claims[origin];
   claims.age = ++_age;
-  for (auto& event : events) {
+  const std::size_t room = std::min(events.size(), MOST_CLAIMS - _claimCount);
+  for (auto& event : std::span(events).first(room)) {
     event.origin = origin;
     claims.events.push_back(std::make_shared<const GuideEvent>(std::move(event)));
   }
+  _claimCount += room;
+  return events.size() - room;
 }
 
 void Timeline::keepSections(std::uint32_t multiplex, std::uint8_t table, const std::bitset<256>& sections,
@@ -198,9 +255,18 @@ void Timeline::dropTables(std::uint32_t multiplex, unsigned last, unsigned end, 
   }
 }
 
-void Timeline::forget(std::int64_t before) {
+void Timeline::dropElsewhere(std::uint32_t multiplex, std::uint8_t table, std::int64_t now) {
   for (auto claims = _claims.begin(); claims != _claims.end();) {
-    std::erase_if(claims->second.events, [&](const GuideEventPtr& event) { return event->end < before; });
+    const auto& origin = claims->first;
+    claims = origin.table == table && origin.multiplex != multiplex ? drop(claims, now) : std::next(claims);
+  }
+}
+
+void Timeline::forget(std::int64_t before) {
+  std::erase_if(_over, [&](const auto& entry) { return entry.second->end < before; });
+  for (auto claims = _claims.begin(); claims != _claims.end();) {
+    _claimCount -=
+        std::erase_if(claims->second.events, [&](const GuideEventPtr& event) { return event->end < before; });
     claims = claims->second.events.empty() ? _claims.erase(claims) : std::next(claims);
   }
 }
@@ -210,11 +276,15 @@ Timeline::Outcome Timeline::settle() const {
   for (const auto& [origin, known] : _claims) {
     for (const auto& event : known.events) claims.push_back({rankOf(origin.table), known.age, origin, event});
   }
+  for (const auto& [key, event] : _over) claims.push_back({rankOf(0), 0, {}, event});
   std::stable_sort(claims.begin(), claims.end(), comesFirst);
-  Line line;
-  for (const Claim& claim : claims) line.place(claim);
-
   Outcome outcome;
+  Line line(sharedNumbers(claims));
+  for (const Claim& claim : claims) {
+    if (!line.place(claim) && claim.origin.table == 0) outcome.lost.push_back(claim.event);
+  }
+  for (const auto& event : _remembered) line.remember(event);
+
   auto old = _events.begin();
   for (const auto& [start, draft] : line.drafts()) {
     while (old != _events.end() && (*old)->start < start) outcome.removed.push_back(*old++);
@@ -235,6 +305,11 @@ Timeline::Outcome Timeline::settle() const {
   }
   outcome.removed.insert(outcome.removed.end(), old, _events.end());
   return outcome;
+}
+
+void Timeline::accept(Outcome&& outcome) {
+  for (const auto& event : outcome.lost) _over.erase({event->start, event->eventId});
+  _events = std::move(outcome.events);
 }
 
 }  // namespace durix

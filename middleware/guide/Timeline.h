@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "middleware/guide/GuideEvent.h"
@@ -22,14 +23,22 @@ class Timeline {
   /// `stored` is the line as it was kept, by start.
   explicit Timeline(std::span<const GuideEventPtr> stored);
 
-  /// What a section claims from now on. `now` tells what is over, as below.
-  void replace(const GuideOrigin& origin, std::vector<GuideEvent> events, std::int64_t now);
+  /// What a section claims from now on; how many of its events are too many for a service. `now` tells what is over, as
+  /// below.
+  std::size_t replace(const GuideOrigin& origin, std::vector<GuideEvent> events, std::int64_t now);
 
   /// A table has only these sections; they are as new as the last ones replaced.
   void keepSections(std::uint32_t multiplex, std::uint8_t table, const std::bitset<256>& sections, std::int64_t now);
 
   /// Tables behind `last` up to `end` are not sent (any more).
   void dropTables(std::uint32_t multiplex, unsigned last, unsigned end, std::int64_t now);
+
+  /// The service is on this multiplex: what others claimed of it in this very table is old.
+  void dropElsewhere(std::uint32_t multiplex, std::uint8_t table, std::int64_t now);
+
+  /// Tables have been told anew since the line was kept. Until then what it knew of programmes that are still there
+  /// (texts, ratings) stays: only what is on the line was kept, not all that made it so.
+  void forgetKept() { _remembered.clear(); }
 
   /// Forgets what ended before a moment.
   void forget(std::int64_t before);
@@ -40,10 +49,11 @@ class Timeline {
     std::vector<std::shared_ptr<GuideEvent>> added;
     std::vector<GuideEventPtr> removed;
     std::vector<GuideEventPtr> events;  // by start, the added ones included
+    std::vector<GuideEventPtr> lost;    // what is over and found no place
     bool hasChanged() const { return !added.empty() || !removed.empty(); }
   };
   Outcome settle() const;
-  void accept(const Outcome& outcome) { _events = outcome.events; }
+  void accept(Outcome&& outcome);
 
  private:
   struct Claims {
@@ -56,7 +66,10 @@ class Timeline {
   ClaimMap::iterator drop(ClaimMap::iterator claims, std::int64_t now);
 
   ClaimMap _claims;
-  std::vector<GuideEventPtr> _events;  // the line, by start
+  std::size_t _claimCount = 0;                                              // events in them
+  std::map<std::pair<std::int64_t, std::uint16_t>, GuideEventPtr> _over{};  // claims by start and number
+  std::vector<GuideEventPtr> _remembered;                                   // the line as it was kept
+  std::vector<GuideEventPtr> _events;                                       // the line, by start
   std::uint64_t _age = 0;
 };
 

@@ -7,6 +7,7 @@
 
 #include "middleware/si/DescriptorTags.h"
 #include "middleware/si/Descriptors.h"
+#include "middleware/si/Languages.h"
 #include "middleware/si/TableReaders.h"
 
 namespace durix {
@@ -80,7 +81,9 @@ class EventReader {
   std::string decode(Bytes bytes) const { return decodeDvbText(bytes, _table); }
 
   EventText& textIn(const std::string& language) {
-    const auto found = std::ranges::find(_event.texts, language, &EventText::language);
+    const auto found = std::ranges::find_if(_event.texts, [&](const EventText& text) {
+      return canonicalLanguage(text.language) == canonicalLanguage(language);
+    });
     if (found != _event.texts.end()) return *found;
     return _event.texts.emplace_back(EventText{.language = language});
   }

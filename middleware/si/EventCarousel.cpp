@@ -8,8 +8,11 @@ namespace durix {
 namespace {
 // A satellite of hundreds of services with all their tables has some tens of thousands.
 constexpr std::size_t MOST_SUBTABLES = 1U << 17;
-// Sections of versions that are not whole yet; a schedule of a busy satellite has some thousands at a time.
-constexpr std::size_t MOST_WAITING = 1U << 15;
+// Sections that were seen, of which little is kept; that satellite has some hundred thousand.
+constexpr std::size_t MOST_SEEN = 1U << 20;
+// Bytes of versions that are not whole yet, which take some times as much when they are read; a busy satellite has some
+// thousands of sections at a time.
+constexpr std::size_t MOST_WAITING = 1U << 24;
 constexpr unsigned SECTIONS_OF_SEGMENT = 8;
 
 bool isPresentFollowing(std::uint8_t table) {
@@ -49,6 +52,7 @@ void EventCarousel::take(const Section& section) {
     if (!table.isSettled && ++table.repeats >= present(table).count()) handOut(*key, table, false);
     return;
   }
+  if (known == table.sections.end() && _seen >= MOST_SEEN) return;
   auto content = readEit(section, _text);
   if (!content) return;
   _dropped += content->dropped;
@@ -57,11 +61,17 @@ void EventCarousel::take(const Section& section) {
   table.lastNumber = std::max(section.lastNumber(), section.number());
   table.lastTable = content->lastTable;
   table.segmentEnds[section.number() / SECTIONS_OF_SEGMENT] = content->segmentLastNumber;
-  table.sections[section.number()] = seen;
-  const auto [place, isNew] = table.waiting.insert_or_assign(section.number(), std::move(content->events));
-  if (isNew) ++_waiting;
+  if (table.sections.insert_or_assign(section.number(), seen).second) ++_seen;
+  forget(table, ~std::bitset<256>() >> (255U - table.lastNumber));  // it may be shorter without another version
+  Waiting& waiting = table.waiting[section.number()];
+  _waiting += section.bytes().size() - waiting.size;
+  waiting = {.size = section.bytes().size(), .events = std::move(content->events)};
   const bool whole = isWhole(table);
   if (whole || _waiting > MOST_WAITING) handOut(*key, table, whole);
+}
+
+void EventCarousel::forget(SubTable& table, const std::bitset<256>& kept) {
+  _seen -= std::erase_if(table.sections, [&](const auto& entry) { return !kept[entry.first]; });
 }
 
 // What waits of the version before stays until the new one takes its place.
@@ -73,12 +83,11 @@ void EventCarousel::beginVersion(SubTable& table, const Section& section) {
 
 void EventCarousel::handOut(const EventTableKey& key, SubTable& table, bool isWhole) {
   EventTableUpdate update{.key = key, .lastTable = table.lastTable, .isWhole = isWhole, .present = present(table)};
-  update.sections = std::exchange(table.waiting, {});
-  _waiting -= update.sections.size();
-  if (isWhole) {
-    std::erase_if(update.sections, [&](const auto& entry) { return !update.present[entry.first]; });
-    std::erase_if(table.sections, [&](const auto& entry) { return !update.present[entry.first]; });
+  for (auto& [number, waiting] : std::exchange(table.waiting, {})) {
+    _waiting -= waiting.size;
+    if (!isWhole || update.present[number]) update.sections.emplace(number, std::move(waiting.events));
   }
+  if (isWhole) forget(table, update.present);
   table.isSettled = true;
   _sink(std::move(update));
 }

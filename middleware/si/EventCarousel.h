@@ -35,7 +35,7 @@ struct EventTableUpdate {
 
 /// Puts the sub-tables of event information together. What a version says is handed out once the version is whole or
 /// its carousel has gone round; sections that come again are told by their checksum and cost nothing. Memory is bounded
-/// by the numbers of sub-tables and of sections that wait. Owned and used by one thread.
+/// by the numbers of sub-tables and sections and by the size of what waits. Owned and used by one thread.
 class EventCarousel {
  public:
   using Sink = std::function<void(EventTableUpdate&&)>;
@@ -62,17 +62,22 @@ class EventCarousel {
     std::uint8_t version = 0;
     std::uint32_t checksum = 0;
   };
+  struct Waiting {
+    std::size_t size = 0;  // as broadcast
+    std::vector<BroadcastEvent> events{};
+  };
   struct SubTable {
     std::optional<std::uint8_t> version{};
     std::uint8_t lastNumber = 0;
     std::uint8_t lastTable = 0;
     std::array<std::int16_t, 32> segmentEnds{};  // number of the last section of each segment; -1: not known
     std::map<std::uint8_t, Seen> sections{};     // by number
-    std::map<std::uint8_t, std::vector<BroadcastEvent>> waiting{};
+    std::map<std::uint8_t, Waiting> waiting{};
     std::size_t repeats = 0;  // since the last news
     bool isSettled = false;
   };
 
+  void forget(SubTable& table, const std::bitset<256>& kept);
   void beginVersion(SubTable& table, const Section& section);
   void handOut(const EventTableKey& key, SubTable& table, bool isWhole);
   static std::bitset<256> present(const SubTable& table);
@@ -81,7 +86,8 @@ class EventCarousel {
   const Sink _sink;
   const DefaultTable _text;
   std::map<EventTableKey, SubTable> _tables;
-  std::size_t _waiting = 0;  // sections in all tables
+  std::size_t _waiting = 0;  // bytes in all tables, as broadcast
+  std::size_t _seen = 0;     // sections of all tables
   std::uint64_t _dropped = 0;
 };
 

@@ -238,6 +238,47 @@ TEST_F(GuideTest, ShiftsAStreamToNow) {
   EXPECT_EQ(programmes("One"), "A " + std::to_string((LATER + HOUR) / 60) + "+60");
 }
 
+TEST_F(GuideTest, RepeatsAStreamAfterItsLastEventThatMakesSense) {
+  constexpr std::int64_t LATER = 2400 * HOUR;
+  constexpr std::int64_t YEAR_2037 = 2'114'380'800;
+  air("474", FIRST,
+      {eitSection({}, {{.id = 1, .start = EVENING, .title = "A"}, {.id = 2, .start = YEAR_2037, .title = "B"}}),
+       eitSection({.service = 99}, {{.id = 1, .start = EVENING + 100 * HOUR, .title = "Nobody's"}})});
+  _now += LATER;
+  start("now");
+  ASSERT_TRUE(_tv.scan({474}));
+  collect();
+  EXPECT_EQ(programmes("One"), "A " + std::to_string(LATER / 60) + "+60");
+  _now += 30 * HOUR;
+  restart("now");
+  collect();
+  EXPECT_EQ(programmes("One"), "A " + std::to_string((LATER + 30 * HOUR) / 60) + "+60");
+}
+
+TEST_F(GuideTest, KeepsTheTextsOfAllMultiplexesOverARestart) {
+  const auto brief = eitSection({.service = 3, .transportStream = 2}, {{.id = 2, .start = EVENING, .title = "A"}});
+  const auto full = [](std::string_view text) {
+    return eitSection({.service = 3, .table = 0x60, .transportStream = 2},
+                      {{.id = 2, .start = EVENING, .title = "A", .text = text}});
+  };
+  air("474", SECOND, {brief});
+  air("482", FIRST, {full("All of it.")});
+  scan();
+  collect("Three");
+  const auto before = events("Three");
+  ASSERT_EQ(before.size(), 1U);
+  EXPECT_EQ(_tv.text(before[0], DURIX_ATTRIBUTE_DESCRIPTION), "All of it.");
+  _tv.log().clear();
+  restart();
+  collect("Three");
+  EXPECT_TRUE(_tv.log().events(DURIX_EVENT_PROGRAM_EVENTS_CHANGED).empty());
+  EXPECT_EQ(events("Three").at(0).id, before[0].id) << "the poorer table came first";
+  restart();
+  air("482", FIRST, {full("Less.")});
+  collect("Three");
+  EXPECT_EQ(_tv.text(events("Three").at(0), DURIX_ATTRIBUTE_DESCRIPTION), "Less.");
+}
+
 TEST_F(GuideTest, CollectsNothingWithoutAnOpenFeed) {
   air("474", FIRST, {eitSection({}, {{.id = 1, .start = EVENING, .title = "A"}})});
   scan();

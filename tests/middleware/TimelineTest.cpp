@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ struct Claim {
 // A line as people read it: "A 0-30, B 30-60"; times are minutes, with seconds behind a point where there are some.
 class TestLine {
  public:
+  explicit TestLine(const std::vector<GuideEventPtr>& kept = {}) : _line(kept) {}
+
   void tell(std::uint8_t table, const std::vector<Claim>& claims, std::uint8_t section = 0,
             std::uint32_t multiplex = 1) {
     std::vector<GuideEvent> events;
@@ -36,7 +39,7 @@ class TestLine {
                         .end = EVENING + claim.to * MINUTE + _late,
                         .texts = EventTexts({{.language = "eng", .title = claim.title, .description = claim.text}})});
     }
-    _line.replace({multiplex, table, section}, std::move(events), EVENING + _now * MINUTE);
+    _refused += _line.replace({multiplex, table, section}, std::move(events), EVENING + _now * MINUTE);
   }
 
   // Ends of what is told from here on are some seconds later.
@@ -48,12 +51,13 @@ class TestLine {
     _line.keepSections(1, table, kept, EVENING + _now * MINUTE);
   }
   Timeline& line() { return _line; }
+  std::size_t refused() const { return _refused; }  // events that were too many
 
   std::string settled() {
     auto outcome = _line.settle();
     for (const auto& event : outcome.added) event->id = ++_lastId;
-    _line.accept(outcome);
     _events = outcome.events;
+    _line.accept(std::move(outcome));
     std::string text;
     for (const auto& event : _events) {
       text += (text.empty() ? "" : ", ") + std::string(event->texts.title({})) + " " + minutes(event->start) + "-" +
@@ -76,11 +80,12 @@ class TestLine {
     return std::to_string(seconds / MINUTE) + rest;
   }
 
-  Timeline _line{{}};
+  Timeline _line;
   std::vector<GuideEventPtr> _events;
   std::int64_t _now = -1000;
   std::int64_t _late = 0;
   std::uint32_t _lastId = 0;
+  std::size_t _refused = 0;
 };
 
 TEST(Timeline, MakesOneOfWhatSeveralTablesTell) {
@@ -124,6 +129,9 @@ TEST(Timeline, FollowsTheHigherTable) {
        "A 0-30, B 30-60"},
       {"a repeat in the same week", {{SCHEDULE, {{1, 0, 30, "A"}, {2, 600, 630, "A"}}}}, "A 0-30, A 600-630"},
       {"starts of one table are meant", {{SCHEDULE, {{1, 0, 120, "A"}, {2, 60, 90, "B"}}}}, "A 0-60, B 60-90"},
+      {"one number for all events, of which one is sent twice",
+       {{SCHEDULE, {{0, 0, 30, "A"}, {0, 30, 60, "B"}, {0, 60, 90, "A"}}}, {PRESENT, {{0, 0, 30, "A"}}}},
+       "A 0-30, B 30-60, A 60-90"},
       {"the same event in two places", {{SCHEDULE, {{1, 0, 30, "A"}, {1, 0, 30, "A"}}}}, "A 0-30"},
   };
   for (const auto& row : rows) {
@@ -188,13 +196,75 @@ TEST(Timeline, KeepsWhatIsOverOnce) {
   EXPECT_EQ(line.events().size(), 11U);
 }
 
+TEST(Timeline, TakesNoLongerForEventsOfOneNumber) {
+  constexpr std::int64_t EVENTS = 50'000;
+  constexpr std::int64_t OF_SECTION = 20;
+  const auto settling = [](bool isOneNumber) {
+    TestLine line;
+    for (std::int64_t first = 0; first < EVENTS; first += OF_SECTION) {
+      std::vector<Claim> claims;
+      for (std::int64_t i = first; i < first + OF_SECTION; ++i) {
+        claims.push_back({static_cast<std::uint16_t>(isOneNumber ? 0 : i), i, i + 1, "A"});
+      }
+      const std::int64_t section = first / OF_SECTION;
+      line.tell(static_cast<std::uint8_t>(SCHEDULE + section / 256), claims, static_cast<std::uint8_t>(section));
+    }
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(line.line().settle().events.size(), static_cast<std::size_t>(EVENTS));
+    return std::chrono::steady_clock::now() - before;
+  };
+  EXPECT_LT(settling(true), 20 * settling(false));
+}
+
+TEST(Timeline, KeepsAsMuchAsAServiceCanHave) {
+  std::vector<Claim> claims;
+  for (std::uint16_t i = 0; i < 60'000; ++i) claims.push_back({i, i, i + 1, "A"});
+  TestLine line;
+  line.passTo(100'000);
+  for (std::uint8_t section = 0; section < 10; ++section) line.tell(SCHEDULE, claims, section);
+  EXPECT_GT(line.refused(), 0U);
+  for (std::uint8_t section = 0; section < 10; ++section) line.tell(SCHEDULE, {}, section);
+  const auto refused = line.refused();
+  line.tell(SCHEDULE, {{1, 70'000, 70'001, "B"}});
+  EXPECT_EQ(line.refused(), refused) << "there is room again";
+  EXPECT_EQ(line.line().settle().events.size(), claims.size() + 1) << "what is over stays, once";
+}
+
+TEST(Timeline, KeepsWhatItKnewUntilAllIsToldAnew) {
+  TestLine before;
+  before.tell(SCHEDULE, {{1, 0, 30, "A", "short"}});
+  before.tell(SCHEDULE_OTHER, {{1, 0, 30, "A", "a longer text", 12}}, 0, 2);
+  before.settled();
+  TestLine line(before.events());
+  line.tell(SCHEDULE, {{1, 0, 30, "A", "short"}});
+  EXPECT_FALSE(line.line().settle().hasChanged()) << "the better text was of another table";
+  line.tell(SCHEDULE_OTHER, {{1, 0, 30, "A", "a longer text", 12}}, 0, 2);
+  line.line().forgetKept();
+  EXPECT_FALSE(line.line().settle().hasChanged());
+  line.tell(SCHEDULE_OTHER, {}, 0, 2);
+  line.settled();
+  EXPECT_EQ(line.events().at(0)->texts.description({}), "short") << "nobody tells the better one any more";
+}
+
+TEST(Timeline, FollowsAServiceToAnotherMultiplex) {
+  TestLine line;
+  line.tell(SCHEDULE, {{1, 0, 30, "A"}, {2, 30, 60, "B"}}, 0, 1);
+  line.tell(SCHEDULE_OTHER, {{4, 90, 120, "D"}}, 0, 1);
+  line.tell(SCHEDULE, {{1, 0, 30, "A"}, {3, 60, 90, "C"}}, 0, 2);
+  line.line().dropElsewhere(2, SCHEDULE, EVENING);
+  EXPECT_EQ(line.settled(), "A 0-30, C 60-90, D 90-120");
+}
+
 TEST(EventTexts, AreReadInTheLanguageThatIsAskedFor) {
   const EventTexts texts({{.language = "fre", .title = "Titre", .description = "un"},
-                          {.language = "deu", .title = "Titel", .description = ""}});
+                          {.language = "deu", .title = "Titel", .description = ""},
+                          {.language = "qaa", .title = "", .description = "original"}});
   const std::vector<std::pair<const char*, const char*>> rows{{"fre", "Titre"}, {"fra", "Titre"}, {"deu", "Titel"},
-                                                              {"ger", "Titel"}, {"eng", "Titre"}, {"", "Titre"}};
+                                                              {"ger", "Titel"}, {"GER", "Titel"}, {"eng", "Titre"},
+                                                              {"", "Titre"},    {"qaa", "Titre"}};
   for (const auto& [language, title] : rows) EXPECT_EQ(texts.title(language), title) << language;
   EXPECT_EQ(texts.description("ger"), "");
+  EXPECT_EQ(texts.description("qaa"), "original");
   EXPECT_EQ(EventTexts::unpacked(texts.packed()), texts);
   EXPECT_EQ(EventTexts().title("eng"), "");
 }

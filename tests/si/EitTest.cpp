@@ -163,6 +163,7 @@ TEST(EventTexts, AreJoinedInOrder) {
        "eng|Title|Short.\nCast: C, D"},
       {join({title, shortEvent("GER", "Titel", ""), extendedEvent(0, 0, "ger", "Lang.")}),
        "eng|Title|Short. ger|Titel|Lang."},
+      {join({shortEvent("ger", "Titel", "Kurz."), extendedEvent(0, 0, "deu", "Lang.")}), "ger|Titel|Kurz.\nLang."},
       {shortEvent("eng", "Two\x8Alines", "two\x8Alines"), "eng|Two lines|two\nlines"},
       {join({title, extendedEvent(0, 1, "eng", "caf\xC2"), extendedEvent(1, 1, "eng", "e")}), "eng|Title|Short.\ncafe"},
   };
@@ -234,6 +235,7 @@ class Collected {
     const Bytes bytes = eitSection(head, events);
     return during([&] { _carousel.take(Section(bytes)); });
   }
+  std::size_t sections() const { return _sections; }  // of the last version that was handed out
   std::string finish() {
     return during([&] { _carousel.finish(); });
   }
@@ -248,8 +250,10 @@ class Collected {
   }
 
   std::string _log;
+  std::size_t _sections = 0;
   EventCarousel _carousel{[this](EventTableUpdate&& update) {
     _log += update.isWhole ? "+" : "~";
+    _sections = update.present.count();
     for (const auto& [number, events] : update.sections) {
       _log += " " + std::to_string(update.key.table) + "/" + std::to_string(number) + ":";
       for (const auto& event : events) _log += event.texts.front().title;
@@ -271,6 +275,37 @@ TEST(EventCarousel, HandsOutAVersionOnceItIsWhole) {
   EXPECT_EQ(tables.take({.table = 0x4E, .version = 1, .number = 1, .last = 1}, titled("D")), "+ 78/1:D")
       << "another content without another version";
   EXPECT_TRUE(tables.hasGoneRound());
+}
+
+TEST(EventCarousel, LetsATableBecomeShorter) {
+  Collected tables;
+  tables.take({.table = 0x4E, .number = 0, .last = 1}, titled("A"));
+  tables.take({.table = 0x4E, .number = 1, .last = 1}, titled("B"));
+  EXPECT_EQ(tables.sections(), 2U);
+  EXPECT_EQ(tables.take({.table = 0x4E, .number = 0, .last = 0}, titled("A")), "+ 78/0:A");
+  EXPECT_EQ(tables.sections(), 1U) << "without another version";
+  tables.take({.table = 0x4E, .number = 0, .last = 1}, titled("A"));
+  EXPECT_EQ(tables.take({.table = 0x4E, .number = 1, .last = 1}, titled("B")), "+ 78/0:A 78/1:B") << "and longer";
+}
+
+TEST(EventCarousel, HoldsLittleOfVersionsThatNeverBecomeWhole) {
+  const std::string text(200, 'x');
+  std::vector<TestEvent> events;
+  for (std::uint16_t id = 0; id < 16; ++id) events.push_back({.id = id, .start = EVENING, .title = "T", .text = text});
+  std::size_t sent = 0;
+  std::size_t told = 0;
+  EventCarousel carousel([&](EventTableUpdate&& update) {
+    for (const auto& [number, list] : update.sections)
+      told += eitSection({}, list.empty() ? std::vector<TestEvent>{} : events).size();
+  });
+  for (std::uint16_t service = 0; service < 8192; ++service) {
+    const Bytes bytes = eitSection({.service = service, .number = 8, .last = 15}, events);
+    sent += bytes.size();
+    carousel.take(Section(bytes));
+  }
+  EXPECT_LE(sent - told, std::size_t{1} << 24) << "of " << sent;
+  carousel.finish();
+  EXPECT_EQ(told, sent) << "nothing is lost";
 }
 
 TEST(EventCarousel, KnowsTheSegmentsOfASchedule) {
