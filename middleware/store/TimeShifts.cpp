@@ -80,12 +80,13 @@ void TimeShifts::tellLastEnd(const std::filesystem::path& file, std::int64_t end
 // Brings the row up to what the file is now. Its first moment is read once, and again when the file has changed.
 void TimeShifts::compare(const std::filesystem::path& file, Row& row) const {
   const Look look = lookAt(file);
-  if (row.look == look) return;
+  const bool isAway = look == Look{};  // as on a disk that is not mounted; it comes back as it was
+  if (row.look == look || isAway) return;
   const auto firstMoment = _firstMoment(file);
   if (row.firstMoment && firstMoment != row.firstMoment) {  // another recording has taken its place
     row.onAir = clock::now();
-    row.lastEnd.reset();
   }
+  row.lastEnd.reset();  // it is told anew; an earlier one counts then, too
   row.firstMoment = firstMoment;
   row.look = look;
 }

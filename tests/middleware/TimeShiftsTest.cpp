@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <utility>
 
 #include "Support.h"
 #include "middleware/durix_tools.h"
@@ -93,6 +94,28 @@ TEST_F(TimeShiftsTest, TellARecordingFromAnother) {
   EXPECT_EQ(shift(), START + 10 - *_told);
   _now += 1'000'000;
   EXPECT_EQ(shift(), START + 10 - *_told) << "the events of the old one have gone with it";
+}
+
+TEST_F(TimeShiftsTest, TakeTheLastEndOfWhatTheFileIsNow) {
+  shift();
+  tellLastEnd(FIRST_MOMENT + 360'000);
+  record("shorter");
+  shift();
+  tellLastEnd(FIRST_MOMENT + 3600);
+  _now = START + 3600;
+  EXPECT_EQ(shift(), START + 3600 - FIRST_MOMENT);
+}
+
+TEST_F(TimeShiftsTest, StandStillWhileTheFileIsAway) {
+  shift();
+  const auto away = _air / "away";
+  std::filesystem::rename(_file, away);
+  _now += 100;
+  const auto told = std::exchange(_told, std::nullopt);
+  shift();
+  std::filesystem::rename(away, _file);
+  _told = told;
+  EXPECT_EQ(shift(), START - FIRST_MOMENT);
 }
 
 TEST_F(TimeShiftsTest, AreNoneForAFileThatTellsNoTime) {
