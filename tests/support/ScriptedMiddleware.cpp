@@ -167,7 +167,10 @@ durix_return_code ScriptedMiddleware::call(const std::string& name, const std::s
     const auto found = script.find(line);
     return found == script.end() ? script.find(name) : found;
   };
-  if (const auto work = lookUp(during); work != during.end()) work->second();
+  if (const auto found = lookUp(during); found != during.end()) {
+    const std::function<void()> work = found->second;  // may take itself away
+    work();
+  }
   if (++_calls == failNth) return 1;
   const auto failure = lookUp(failing);
   return failure == failing.end() ? 0 : failure->second;

@@ -284,7 +284,6 @@ class Scan(TvTest):
             self.assertEqual(process.returncode, 130)
             self.assertEqual(self.home.json("channels"), before)
 
-
     def test_may_be_interrupted_at_any_moment(self):
         self.home.json("scan")
         before = self.home.json("channels")
@@ -293,7 +292,8 @@ class Scan(TvTest):
             time.sleep(0.05 + step * 0.03)
             process.send_signal(signal.SIGINT)
             process.communicate(timeout=LIMIT)
-            self.assertIn(process.returncode, [0, 130])
+            # Before the program has begun the system ends it, which shells call 130 too.
+            self.assertIn(process.returncode, [0, 130, -signal.SIGINT])
             self.assertEqual(self.home.json("channels"), before)
 
 
