@@ -226,7 +226,8 @@ std::size_t Timeline::replace(const GuideOrigin& origin, std::vector<GuideEvent>
   if (known != _claims.end()) drop(known, now);
   Claims& claims = _claims[origin];
   claims.age = ++_age;
-  const std::size_t room = std::min(events.size(), MOST_CLAIMS - _claimCount);
+  const std::size_t room =
+      std::min(events.size(), MOST_CLAIMS - std::min(MOST_CLAIMS, _claimCount));  // there may be more of kept ones
   for (auto& event : std::span(events).first(room)) {
     event.origin = origin;
     claims.events.push_back(std::make_shared<const GuideEvent>(std::move(event)));

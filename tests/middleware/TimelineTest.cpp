@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -228,6 +229,19 @@ TEST(Timeline, KeepsAsMuchAsAServiceCanHave) {
   line.tell(SCHEDULE, {{1, 70'000, 70'001, "B"}});
   EXPECT_EQ(line.refused(), refused) << "there is room again";
   EXPECT_EQ(line.line().settle().events.size(), claims.size() + 1) << "what is over stays, once";
+}
+
+TEST(Timeline, TakesNothingMoreWhereMoreWasKept) {
+  constexpr std::size_t KEPT = 300'000;
+  std::vector<GuideEventPtr> kept;
+  for (std::size_t i = 0; i < KEPT; ++i) {
+    const auto start = static_cast<std::int64_t>(i);
+    kept.push_back(std::make_shared<GuideEvent>(
+        GuideEvent{.start = start, .end = start + 1, .origin = {.multiplex = 1, .table = PRESENT, .section = 1}}));
+  }
+  TestLine line(kept);
+  line.tell(SCHEDULE, {{1, 0, 30, "A"}});
+  EXPECT_EQ(line.refused(), 1U);
 }
 
 TEST(Timeline, KeepsWhatItKnewUntilAllIsToldAnew) {
