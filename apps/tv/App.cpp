@@ -60,6 +60,12 @@ std::vector<std::string> escaped(const std::vector<ReceiverChoice>& receivers) {
   return texts;
 }
 
+/// Where this process is; empty when that directory is gone.
+std::string workingDirectory() {
+  std::error_code error;
+  return std::filesystem::current_path(error).string();
+}
+
 /// Another process's command on this process's plugin.
 int carryOut(Session& session, const Request& request, Output& output, const Interrupt& interrupt) {
   return guarded(output, [&] {
@@ -67,7 +73,7 @@ int carryOut(Session& session, const Request& request, Output& output, const Int
     if (!request.receivers.empty() && request.receivers != escaped(session.setup().receivers)) {
       output.note("the receivers of the running tv are used, not those given here");
     }
-    Context context{session, output, interrupt};
+    Context context{session, output, interrupt, request.directory};
     return line.action(context);
   });
 }
@@ -78,7 +84,8 @@ bool readerIsThere() {
   return poll(&out, 1, 0) < 0 || (out.revents & POLLERR) == 0;
 }
 
-int runAsOwner(CommandLine& line, const std::string& data, Output& output, const Interrupt& interrupt) {
+int runAsOwner(CommandLine& line, const std::string& data, const std::string& directory, Output& output,
+               const Interrupt& interrupt) {
   const Places places = defaultPlaces();
   Session::Setup setup;
   setup.data = data;
@@ -91,21 +98,24 @@ int runAsOwner(CommandLine& line, const std::string& data, Output& output, const
   const OwnerSocket socket(data, interrupt, [&](const Request& request, Output& to, const Interrupt& end) {
     return carryOut(session, request, to, end);
   });
-  Context context{session, output, interrupt};
+  Context context{session, output, interrupt, directory};
   return guarded(output, [&] { return line.action(context); });
 }
 
 int runOnDirectory(CommandLine& line, const std::vector<std::string>& arguments, Output& output,
                    const Interrupt& interrupt) {
-  checkSources(line.globals.receivers);
+  const std::string directory = workingDirectory();
+  checkSources(line.globals.receivers, directory);
   const std::string data = prepareDataDirectory(line.globals.data.empty() ? defaultPlaces().data : line.globals.data);
-  const Request request{arguments, escaped(line.globals.receivers), output.style()};
-  const auto end = std::chrono::steady_clock::now() + OWNER_LIMIT;
+  const Request request{arguments, escaped(line.globals.receivers), output.style(), directory};
+  auto end = std::chrono::steady_clock::now() + OWNER_LIMIT;
   for (;;) {
     if (const std::optional<DirectoryLock> lock = DirectoryLock::take(data)) {
-      return runAsOwner(line, data, output, interrupt);
+      return runAsOwner(line, data, directory, output, interrupt);
     }
-    if (const std::optional<int> status = askOwner(data, request, interrupt)) return *status;
+    const Answer answer = askOwner(data, request, interrupt);
+    if (answer.status) return *answer.status;
+    if (answer.accepted) end = std::chrono::steady_clock::now() + OWNER_LIMIT;  // it ends only now
     if (std::chrono::steady_clock::now() > end) {
       throw Failure("process " + std::to_string(DirectoryLock::owner(data)) + " uses \"" + data +
                     "\" and takes no commands");

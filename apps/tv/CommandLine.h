@@ -18,6 +18,7 @@ struct Context {
   Session& session;
   Output& output;
   const Interrupt& interrupt;
+  const std::string& directory;  // where the caller is, who may be another process
 };
 
 /// Does a command and gives its exit status; it may throw Failure.

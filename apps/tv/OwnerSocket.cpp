@@ -60,6 +60,7 @@ Json toJson(const Request& request) {
   const OutputStyle& style = request.style;
   return {{"arguments", request.arguments},
           {"receivers", request.receivers},
+          {"directory", request.directory},
           {"style",
            {{"json", style.json},
             {"quiet", style.quiet},
@@ -74,6 +75,7 @@ Request fromJson(const std::string& text) {
   Request request;
   json.at("arguments").get_to(request.arguments);
   json.at("receivers").get_to(request.receivers);
+  json.at("directory").get_to(request.directory);
   style.at("json").get_to(request.style.json);
   style.at("quiet").get_to(request.style.quiet);
   style.at("terminal").get_to(request.style.terminal);
@@ -192,30 +194,32 @@ void OwnerSocket::serve(int connection) const {
   }
 }
 
-std::optional<int> askOwner(const std::string& directory, const Request& request, const Interrupt& interrupt) {
+Answer askOwner(const std::string& directory, const Request& request, const Interrupt& interrupt) {
   const Descriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const int connected = withSocketName(
       directory, [&](const sockaddr* address, socklen_t size) { return connect(connection, address, size); });
-  if (connected != 0) return std::nullopt;
+  Answer answer;
+  if (connected != 0) return answer;
   if (!sendFrame(connection, Frame::REQUEST, toJson(request).dump(-1, ' ', false, Json::error_handler_t::replace))) {
-    return std::nullopt;
+    return answer;
   }
-  bool accepted = false;
   for (;;) {
     do {
       interrupt.check();
     } while (!readable(connection, TURN));
     const std::optional<Frame> frame = receiveFrame(connection);
-    if (!frame && !accepted) return std::nullopt;  // it was just ending: the next owner is asked
-    if (!frame) throw Failure("the tv that owns \"" + directory + "\" ended before the command was done");
-    accepted = true;
+    if (!frame && !answer.accepted) return answer;  // it was just ending: the next owner is asked
+    if (!frame)
+      throw Failure("the tv that owns \"" + directory + "\" ended before the command was done; give the command again");
+    answer.accepted = true;
     if (frame->kind == Frame::OUT) std::cout << frame->bytes << std::flush;
     if (frame->kind == Frame::ERROR) std::cerr << frame->bytes << std::flush;
-    if (frame->kind == Frame::AGAIN) return std::nullopt;
+    if (frame->kind == Frame::AGAIN) return answer;
     if (frame->kind == Frame::EXIT) {
       int status = EXIT_FAILED;
       std::from_chars(frame->bytes.data(), frame->bytes.data() + frame->bytes.size(), status);
-      return status;
+      answer.status = status;
+      return answer;
     }
     if (!std::cout.good()) throw Interrupted();
   }

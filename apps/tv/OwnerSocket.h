@@ -19,6 +19,7 @@ struct Request {
   std::vector<std::string> arguments;
   std::vector<std::string> receivers;  // as `ReceiverChoice::escaped` gives them
   OutputStyle style;
+  std::string directory;  // where the other process is: relative paths start there
 };
 
 /// Carries out a request and gives its exit status. Called on one thread for each request; must not throw.
@@ -54,9 +55,14 @@ class OwnerSocket {
   std::thread _thread;
 };
 
-/// Has the owner of the directory carry out the request, and passes its output on to standard output and error. Gives
-/// the exit status; nothing when nobody listens or the owner just ends. Throws Interrupted, and Failure when the owner
-/// is gone in between.
-std::optional<int> askOwner(const std::string& directory, const Request& request, const Interrupt& interrupt);
+/// What came of a request to an owner.
+struct Answer {
+  bool accepted = false;      // the owner took the request
+  std::optional<int> status;  // the exit status; nothing when nobody listens or the owner just ends
+};
+
+/// Has the owner of the directory carry out the request, and passes its output on to standard output and error. Throws
+/// Interrupted, and Failure when the owner is gone in between.
+Answer askOwner(const std::string& directory, const Request& request, const Interrupt& interrupt);
 
 }  // namespace tv

@@ -151,11 +151,9 @@ void requireOneType(const std::vector<ReceiverChoice>& receivers) {
   }
 }
 
-void checkSources(std::vector<ReceiverChoice>& receivers) {
+void checkSources(std::vector<ReceiverChoice>& receivers, const std::string& start) {
   for (ReceiverChoice& receiver : receivers) {
-    std::error_code error;
-    const std::filesystem::path absolute = std::filesystem::absolute(receiver.path, error);
-    if (!error) receiver.path = absolute.lexically_normal().string();
+    receiver.path = (std::filesystem::path(start) / receiver.path).lexically_normal().string();
     if (receiver.kind == "file") {
       DIR* directory = opendir(receiver.path.c_str());
       if (directory == nullptr) {

@@ -28,8 +28,8 @@ std::vector<ReceiverChoice> readReceiverList(const std::string& text);
 /// One provider is active at a time, so all receivers have one type: throws UsageError when they do not.
 void requireOneType(const std::vector<ReceiverChoice>& receivers);
 
-/// Makes the paths absolute. Throws Failure when one cannot be read.
-void checkSources(std::vector<ReceiverChoice>& receivers);
+/// Makes the paths absolute, from `start` on. Throws Failure when one cannot be read.
+void checkSources(std::vector<ReceiverChoice>& receivers, const std::string& start);
 
 /// The number of a type's name ("dvb-t"), RECEIVER_NONE when there is no such type; and the reverse.
 ReceiverType receiverType(const std::string& name);

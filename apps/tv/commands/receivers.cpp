@@ -80,8 +80,7 @@ int list(Context& context) {
     if (devices.empty()) {
       context.output.message(
           "No receiver is in use: give one with --receiver TYPE=file:DIRECTORY, or choose one for good with \"tv "
-          "receivers "
-          "select\"");
+          "receivers select\"");
     }
     show(context, list, statistics);
     return EXIT_DONE;
@@ -95,6 +94,13 @@ int list(Context& context) {
     }
   }
   context.output.value(result);
+  return EXIT_DONE;
+}
+
+/// The end of a request that was granted: a line for people, the receivers as they are now for programs.
+int granted(Context& context, const std::string& text) {
+  if (context.output.json()) return list(context);
+  context.output.message(text);
   return EXIT_DONE;
 }
 
@@ -114,12 +120,11 @@ int select(Context& context, const Selection& selection) {
   // The same rules as for --receiver, so that a choice that can never work is not stored.
   const std::string options = selection.second.empty() ? "" : "," + selection.second;
   std::vector<ReceiverChoice> choice{readReceiver(selection.type + "=" + selection.first + options)};
-  checkSources(choice);
+  checkSources(choice, context.directory);
   if (!requests(context.session).select(type, choice.front().kind + ":" + choice.front().path, selection.second)) {
     throw Failure("the middleware refused the receiver; \"" + context.session.setup().data + "/tv.log\" tells why");
   }
-  context.output.message("Used from the next command on when no --receiver is given");
-  return EXIT_DONE;
+  return granted(context, "Used from the next command on when no --receiver is given");
 }
 
 int setAddress(Context& context, const Address& address) {
@@ -133,8 +138,7 @@ int setAddress(Context& context, const Address& address) {
   if (!requests(context.session).setAddress(address.host, port)) {
     throw Failure("the middleware refused the address; \"" + context.session.setup().data + "/tv.log\" tells why");
   }
-  context.output.message("Used from the next command on when no --receiver is given");
-  return EXIT_DONE;
+  return granted(context, "Used from the next command on when no --receiver is given");
 }
 
 int reset(Context& context) {
@@ -142,8 +146,7 @@ int reset(Context& context) {
     throw Failure("the middleware could not forget the receivers; \"" + context.session.setup().data +
                   "/tv.log\" tells why");
   }
-  context.output.message("The stored choice of receivers is forgotten");
-  return EXIT_DONE;
+  return granted(context, "The stored choice of receivers is forgotten");
 }
 
 }  // namespace
