@@ -27,6 +27,27 @@ std::string oneLine(std::string text) {
   return text;
 }
 
+/// What is wrong with words that name no command.
+std::string noCommand(const CLI::App& app) {
+  const std::vector<std::string> left = app.remaining();
+  if (left.empty()) return "a command is missing";
+  const std::string& first = left.front();
+  if (first.starts_with('-')) return "there is no option \"" + first + "\"";
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  const std::vector<std::string> near = nearNames(first, names);
+  return "there is no command \"" + first + "\"" + (near.empty() ? "" : ", is it " + quotedList(near) + "?");
+}
+
+UsageError wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
+  const auto chosen = app.get_subcommands();
+  if (chosen.empty() && error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
+    return UsageError(noCommand(app) + "; \"tv --help\" shows what there is");
+  }
+  const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
+  return UsageError(oneLine(error.what()) + "; \"tv" + command + " --help\" shows what there is");
+}
+
 struct Words {
   std::vector<std::string> receivers;
   std::string logLevel;
@@ -72,7 +93,11 @@ CommandLine readCommandLine(std::vector<std::string> arguments) {
   app.require_subcommand(1);
   app.fallthrough();
   addGlobalOptions(app, line.globals, words);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.footer("\"tv --help\" shows the options that all commands take.");  // of each command
   addCommands(app, line.action);
+  for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
+  app.footer("\"tv COMMAND --help\" tells more of a command.");
   std::ranges::reverse(arguments);  // as CLI11 takes them
   try {
     app.parse(std::move(arguments));
@@ -87,7 +112,7 @@ CommandLine readCommandLine(std::vector<std::string> arguments) {
     line.help = "tv " TV_VERSION "\n";
     return line;
   } catch (const CLI::ParseError& error) {
-    throw UsageError(oneLine(error.what()) + "; \"tv --help\" shows what there is");
+    throw wrongUsage(app, error);
   }
   complete(line.globals, words);
   return line;

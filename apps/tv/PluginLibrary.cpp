@@ -13,7 +13,8 @@ PluginLibrary::PluginLibrary(const std::string& file) {
   _handle = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
   if (_handle == nullptr) {
     const char* reason = dlerror();
-    throw Failure("cannot load the plugin: " + std::string(reason == nullptr ? path : reason));
+    throw Failure("cannot load the plugin: " + std::string(reason == nullptr ? path : reason) +
+                  "; another one is given with --plugin FILE");
   }
   _entry = find<BroadcastPlugin*()>("vm_init");
   if (_entry == nullptr) throw Failure("\"" + file + "\" is not a plugin: it has no vm_init");

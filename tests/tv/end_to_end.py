@@ -123,6 +123,7 @@ class WhatCannotBeMeant(TvTest):
             (["--log", "loud", "channels"], "an unknown level"),
             (["order"], "a required argument is missing"),
             (["search"], "no word to search for"),
+            (["search", " "], "a word of nothing, which is in every title"),
             (["scan", "Full Scan", "Silence"], "two locations"),
             (["guide", "--hours", "-1"], "a negative span"),
             (["run", "--until", "tomorrow"], "a time that is none"),
@@ -142,6 +143,12 @@ class WhatCannotBeMeant(TvTest):
                 self.assertEqual(result.returncode, 2, result)
                 self.assertEqual(result.stdout, "")
                 self.assert_one_line(result.stderr, why)
+
+    def test_is_told_with_what_may_have_been_meant(self):
+        rows = [(["fly"], '"fly"'), (["guid", "1"], '"guide"'), (["--fast"], '"--fast"'), (["--json"], "a command"),
+                (["order"], "tv order --help")]
+        for words, told in rows:
+            self.assertIn(told, self.home.run(*words, receiver=False).stderr)
 
     def test_help_and_version_are_no_failures(self):
         for words, told in [(["--help"], "scan"), (["scan", "--help"], "LOCATION"), (["--version"], "tv ")]:
@@ -410,6 +417,12 @@ class Receivers(TvTest):
         self.assertEqual(self.home.run("receivers", "reset", receiver=False).returncode, 0)
         self.assertEqual(self.home.run("channels", receiver=False).returncode, 1)
 
+    def test_requests_give_what_there_is_now_as_json(self):
+        told = self.home.json("receivers", "select", "dvb-t", f"file:{Home.air}")
+        self.assertEqual(told["stored"]["source"], f"file:{Home.air}")
+        self.assertIn("devices", self.home.json("receivers", "address", "localhost", "8080"))
+        self.assertNotIn("stored", self.home.json("receivers", "reset"))
+
     def test_choices_that_cannot_work_are_not_stored(self):
         result = self.home.run("receivers", "select", "dvb-t", "file:/no/such/place", receiver=False)
         self.assertEqual(result.returncode, 1)
@@ -468,6 +481,15 @@ class OneOwner(TvTest):
         self.assertEqual(owner.returncode, 130)
         self.assertFalse((self.home.data / "socket").exists())
         self.assertEqual(self.home.json("settings", HIDE_RADIO)[0]["value"], "true", "what others set is kept too")
+
+    def test_takes_relative_paths_from_where_the_caller_is(self):
+        self.resident("run")
+        there = self.home.root / "there"
+        (there / "air").mkdir(parents=True)
+        line = self.home.command("--json", "receivers", "select", "dvb-t", "file:air", receiver=False)
+        result = subprocess.run(line, cwd=there, capture_output=True, text=True, timeout=LIMIT)
+        self.assertEqual(result.returncode, 0, result)
+        self.assertEqual(json.loads(result.stdout)["stored"]["source"], f"file:{there}/air")
 
     def test_serves_many_at_once(self):
         owner = self.resident("run")

@@ -50,7 +50,7 @@ class ProgrammeTable {
     std::vector<Cell> cells;
     if (_withChannel) cells.emplace_back(program.getService() == nullptr ? "" : program.getService()->getName());
     cells.emplace_back(momentText(program.getStartTimeT(), _time), onAir ? Tone::ACCENT : Tone::PLAIN);
-    cells.emplace_back(momentText(program.getEndTimeT(), _time), Tone::FAINT);
+    cells.emplace_back(momentText(program.getEndTimeT(), program.getStartTimeT()), Tone::FAINT);
     cells.emplace_back(program.getTitle(), over ? Tone::FAINT : Tone::BOLD);
     const bool rated = rating != nullptr && rating->getValue() > 0;
     cells.emplace_back(rated ? std::to_string(rating->getValue()) : "", Tone::WARNING);
@@ -199,7 +199,11 @@ void addGuideCommands(CLI::App& app, Action& action) {
   auto words = std::make_shared<std::vector<std::string>>();
   CLI::App* searching = app.add_subcommand("search", "Programmes with any of the words in title or description");
   searching->add_option("WORD", *words, "A word, or several in quotes")->required();
-  searching->callback([&action, words] { action = [words](Context& context) { return search(context, *words); }; });
+  searching->callback([&action, words] {
+    const auto blank = [](const std::string& word) { return word.find_first_not_of(" \t\n") == std::string::npos; };
+    if (std::ranges::any_of(*words, blank)) throw UsageError("a word to search for is empty");
+    action = [words](Context& context) { return search(context, *words); };
+  });
 }
 
 }  // namespace tv
