@@ -44,8 +44,9 @@ durix_return_code durix_providers_get(durix_handle* handle, durix_provider** pro
   return guarded([&] {
     const auto instance = Instance::find(handle);
     need(providers, count);
+    const auto catalogue = instance->store().catalogue();
     std::vector<durix_provider> records;
-    for (const auto type : instance->store().catalogue()->providers) records.push_back(Providers::record(type));
+    for (const auto type : catalogue->providers) records.push_back(Providers::record(type));
     *providers = durix::copyForCaller(std::span<const durix_provider>(records));
     *count = static_cast<std::uint32_t>(records.size());
   });
