@@ -129,45 +129,8 @@ std::int64_t GuideCollector::shiftOf(const StoredMultiplex& multiplex) const {
 void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex& multiplex) {
   Read read{.revision = _parts.receivers.revision(multiplex.tuning), .shift = shiftOf(multiplex), .checked = {}};
   ReceptionReport report(_parts.events, multiplex.tuning);
-  std::unique_ptr<ByteSource> source;
-  if (protocolOf(multiplex.receiver) == Protocol::Dvb) {  // other standards have tables of their own
-    try {
-      source = _parts.receivers.tune(multiplex.tuning);
-      if (source == nullptr) report.tellNoSignal();
-    } catch (const Failure& failure) {
-      logLine(std::string("guide: ") + failure.what());
-    }
-  }
-  if (source != nullptr) {
-    const auto file = _parts.receivers.shiftedFile(multiplex.tuning);
-    GuideReception reception(_parts.guide, _catalogue, multiplex.id, read.shift);
-    PacketReader reader(std::move(source));
-    ReceptionMeter meter;
-    const auto tellReception = [&] {
-      Reception soFar = meter.reception();
-      soFar.damagedPackets = reader.statistics().damagedPackets;
-      report.tell(soFar);
-    };
-    auto flushed = Clock::now();
-    std::uint64_t count = 0;
-    while (const auto packet = reader.next()) {
-      meter.feed(*packet);
-      reception.feed(*packet);
-      if (++count % PACKETS_BETWEEN_QUESTIONS != 0) continue;
-      tellReception();
-      if (!isWanted(stop)) break;
-      if (Clock::now() - flushed < FLUSH_INTERVAL) continue;
-      flush();
-      tellOfChange(false);
-      flushed = Clock::now();
-    }
-    tellReception();
-    const bool isWhole = isWanted(stop);
-    if (isWhole) reception.finish();
-    flush();
-    if (!isWhole) return;
-    if (file && reception.lastEnd()) _parts.timeShifts.tellLastEnd(*file, *reception.lastEnd());
-    _dropped += reception.dropped();
+  if (std::unique_ptr<ByteSource> source = tune(multiplex, report)) {
+    if (!receive(stop, multiplex, std::move(source), read.shift, report)) return;
     read.isReceived = true;
   }
   read.checked = Clock::now();
@@ -175,6 +138,54 @@ void GuideCollector::collect(const std::stop_token& stop, const StoredMultiplex&
   const std::scoped_lock lock(_mutex);
   _progress.done = static_cast<std::uint32_t>(_read.size());
   _progress.dropped = _dropped + _parts.guide.counts().dropped;
+}
+
+// Null where nothing is sent, it cannot be read, or the standard has tables of its own.
+std::unique_ptr<ByteSource> GuideCollector::tune(const StoredMultiplex& multiplex, ReceptionReport& report) const {
+  if (protocolOf(multiplex.receiver) != Protocol::Dvb) return nullptr;
+  try {
+    std::unique_ptr<ByteSource> source = _parts.receivers.tune(multiplex.tuning);
+    if (source == nullptr) report.tellNoSignal();
+    return source;
+  } catch (const Failure& failure) {
+    logLine(std::string("guide: ") + failure.what());
+    return nullptr;
+  }
+}
+
+// Reads a multiplex to its end; false when it is not wanted so long.
+bool GuideCollector::receive(const std::stop_token& stop, const StoredMultiplex& multiplex,
+                             std::unique_ptr<ByteSource> source, std::int64_t shift, ReceptionReport& report) {
+  const auto file = _parts.receivers.shiftedFile(multiplex.tuning);
+  GuideReception reception(_parts.guide, _catalogue, multiplex.id, shift);
+  PacketReader reader(std::move(source));
+  ReceptionMeter meter;
+  const auto tellReception = [&] {
+    Reception soFar = meter.reception();
+    soFar.damagedPackets = reader.statistics().damagedPackets;
+    report.tell(soFar);
+  };
+  auto flushed = Clock::now();
+  std::uint64_t count = 0;
+  while (const auto packet = reader.next()) {
+    meter.feed(*packet);
+    reception.feed(*packet);
+    if (++count % PACKETS_BETWEEN_QUESTIONS != 0) continue;
+    tellReception();
+    if (!isWanted(stop)) break;
+    if (Clock::now() - flushed < FLUSH_INTERVAL) continue;
+    flush();
+    tellOfChange(false);
+    flushed = Clock::now();
+  }
+  tellReception();
+  const bool isWhole = isWanted(stop);
+  if (isWhole) reception.finish();
+  flush();
+  if (!isWhole) return false;
+  if (file && reception.lastEnd()) _parts.timeShifts.tellLastEnd(*file, *reception.lastEnd());
+  _dropped += reception.dropped();
+  return true;
 }
 
 void GuideCollector::flush() {

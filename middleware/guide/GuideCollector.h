@@ -14,6 +14,7 @@
 #include "middleware/guide/GuideFeeds.h"
 #include "middleware/guide/GuideReception.h"
 #include "middleware/receivers/ReceiverPool.h"
+#include "middleware/receivers/ReceptionReport.h"
 #include "middleware/store/TimeShifts.h"
 
 namespace durix {
@@ -69,6 +70,9 @@ class GuideCollector {
   bool isStale(const StoredMultiplex& multiplex);
   std::int64_t shiftOf(const StoredMultiplex& multiplex) const;
   void collect(const std::stop_token& stop, const StoredMultiplex& multiplex);
+  std::unique_ptr<ByteSource> tune(const StoredMultiplex& multiplex, ReceptionReport& report) const;
+  bool receive(const std::stop_token& stop, const StoredMultiplex& multiplex, std::unique_ptr<ByteSource> source,
+               std::int64_t shift, ReceptionReport& report);
   bool isWanted(const std::stop_token& stop);
   void flush();
   void tellOfChange(bool isBurstOver);

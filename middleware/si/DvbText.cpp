@@ -1,6 +1,5 @@
 #include "middleware/si/DvbText.h"
 
-#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -120,13 +119,6 @@ std::string canonicalName(std::string_view name) {
   }
   if (!out.empty() && out.back() == U' ') out.pop_back();
   return encodeUtf8(out);
-}
-
-DefaultTable readableTableOf(std::uint16_t originalNetworkId) {
-  // Original networks whose broadcasters send Latin-1 without a selector: ASTRA 1 (its French services).
-  constexpr std::array<std::uint16_t, 1> LATIN1_NETWORKS = {0x0001};
-  return std::ranges::find(LATIN1_NETWORKS, originalNetworkId) != LATIN1_NETWORKS.end() ? DefaultTable::Latin1
-                                                                                        : DefaultTable::Iso6937;
 }
 
 }  // namespace durix

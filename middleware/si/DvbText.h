@@ -18,7 +18,4 @@ std::string decodeDvbText(std::span<const std::uint8_t> text, DefaultTable table
 /// Expects valid UTF-8.
 std::string canonicalName(std::string_view name);
 
-/// The table in which viewers can read an original network's unmarked text; the strict reading for all but a few.
-DefaultTable readableTableOf(std::uint16_t originalNetworkId);
-
 }  // namespace durix
