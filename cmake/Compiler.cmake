@@ -25,3 +25,12 @@ function(tv_sources target)
     target_sources(${target} PRIVATE ${found})
   endforeach()
 endfunction()
+
+# Headers that most sources of a target begin with are read once. Only where no compiler cache is in use, which does not
+# know them, and not with clang, whose tools read the compile commands.
+option(TV_PRECOMPILE "Precompile the heaviest headers" ON)
+function(tv_precompile target)
+  if(TV_PRECOMPILE AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()

@@ -18,8 +18,20 @@ long startOf(const Clip* clip) {
 }  // namespace
 
 BroadcastRecorderPlaylist::BroadcastRecorderPlaylist(unsigned id, Plugin* plugin, long start, long end)
-    : Playlist(id, plugin, 0), _start(static_cast<std::int32_t>(start)), _end(static_cast<std::int32_t>(end)) {
+    : Playlist(id, plugin, 0) {
+  setStartTime(static_cast<std::int32_t>(start));
+  setEndTime(static_cast<std::int32_t>(end));
   _attribute = 1;
+}
+
+void BroadcastRecorderPlaylist::setStartTime(int start) {
+  _start = start;
+  setIntProperty("start", start);
+}
+
+void BroadcastRecorderPlaylist::setEndTime(int end) {
+  _end = end;
+  setIntProperty("end", end);
 }
 
 void BroadcastRecorderPlaylist::releaseClips() {
