@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "apps/broadcaster/media/AudioSource.h"
+#include "apps/broadcaster/media/SubtitleSource.h"
 #include "apps/broadcaster/media/VideoSource.h"
 #include "apps/broadcaster/si/Tables.h"
+#include "apps/broadcaster/teletext/TeletextSource.h"
 
 namespace broadcaster {
 namespace {
@@ -24,12 +26,27 @@ SectionStream::Source always(Bytes section) {
   return [section = std::move(section)](Ticks) { return std::vector<Bytes>{section}; };
 }
 
+/// By service; null where identifiers stay.
+using Relocations = std::vector<std::shared_ptr<Relocation>>;
+
+/// Pictures can be decoded from each full second on: the change comes with one of them.
+Relocations makeRelocations(const Multiplex& multiplex, std::chrono::seconds length) {
+  Relocations relocations;
+  for (const Service& service : multiplex.services) {
+    relocations.push_back(service.relocates && length > 1s ? std::make_shared<Relocation>(length / 2) : nullptr);
+  }
+  return relocations;
+}
+
 /// The tables of ISO/IEC 13818-1, ten times a second (TR 101 211, 4.4.1) although they may wait for other packets.
-void addProgramTables(Multiplexer& multiplexer, const Multiplex& multiplex) {
+void addProgramTables(Multiplexer& multiplexer, const Multiplex& multiplex, const Relocations& relocations) {
   multiplexer.sections(pid::PAT).repeat(90ms, always(programAssociation(multiplex)));
   for (std::size_t i = 0; i < multiplex.services.size(); ++i) {
     const ServicePids pids(i);
-    multiplexer.sections(pids.pmt).repeat(90ms, always(programMap(multiplex, i)));
+    multiplexer.sections(pids.pmt).repeat(
+        90ms,
+        [before = programMap(multiplex, i, false), after = programMap(multiplex, i, true), relocation = relocations[i]](
+            Ticks) { return std::vector<Bytes>{relocation != nullptr && relocation->isAnnounced() ? after : before}; });
     if (multiplex.services[i].type != ServiceType::Data) continue;
     multiplexer.sections(pids.data()).repeat(500ms, always(engineeringData(multiplex.services[i])));
   }
@@ -95,6 +112,7 @@ void addGuide(Multiplexer& multiplexer, const Network& network, const Multiplex&
 
 constexpr std::uint8_t VIDEO_STREAM = 0xE0;
 constexpr std::uint8_t AUDIO_STREAM = 0xC0;
+constexpr std::uint8_t PRIVATE_STREAM_1 = 0xBD;
 
 /// Pictures may come this long before their time; the start leaves room to bring the first ones (see PRELOAD).
 constexpr Ticks VIDEO_LEAD = 1200ms;
@@ -102,22 +120,48 @@ constexpr Ticks VIDEO_LEAD = 1200ms;
 constexpr Ticks AUDIO_LEAD = 200ms;
 /// So that the last unit may go out before the end, and the first one still has some time.
 constexpr Ticks AUDIO_EARLY = ElementaryStream::PRELOAD - AUDIO_LEAD + 20ms;
+/// Subtitles that end with the pictures are still to be sent before.
+constexpr Ticks SUBTITLE_LEAD = ElementaryStream::PRELOAD + 100ms;
 
-void addMedia(Multiplexer& multiplexer, const Multiplex& multiplex, Moment start, std::chrono::seconds length) {
+void addPicturesAndSound(Multiplexer& multiplexer, const Service& service, const ServicePids& pids,
+                         const std::shared_ptr<Relocation>& relocation, Moment start, std::chrono::seconds length) {
+  if (service.video) {
+    multiplexer.add({.pid = pids.video(),
+                     .streamId = VIDEO_STREAM,
+                     .lead = VIDEO_LEAD,
+                     .carriesPcr = true,
+                     .relocation = relocation,
+                     .laterPid = pids.laterVideo()},
+                    std::make_unique<VideoSource>(service, start, length.count() * TestPicture::PER_SECOND));
+  }
+  for (std::size_t track = 0; track < service.audio.size(); ++track) {
+    const Audio& audio = service.audio[track];
+    multiplexer.add({.pid = pids.audio(track),
+                     .streamId = audio.codec == AudioCodec::Ac3 ? PRIVATE_STREAM_1 : AUDIO_STREAM,
+                     .lead = AUDIO_LEAD,
+                     .carriesPcr = !service.video && track == 0,
+                     .relocation = relocation,
+                     .laterPid = pids.laterAudio(track)},
+                    std::make_unique<AudioSource>(audio, AUDIO_EARLY, length));
+  }
+}
+
+void addMedia(Multiplexer& multiplexer, const Multiplex& multiplex, const Relocations& relocations, Moment start,
+              std::chrono::seconds length) {
   for (std::size_t i = 0; i < multiplex.services.size(); ++i) {
     const Service& service = multiplex.services[i];
     const ServicePids pids(i);
-    if (service.video) {
-      multiplexer.add({.pid = pids.video(), .streamId = VIDEO_STREAM, .lead = VIDEO_LEAD, .carriesPcr = true},
-                      std::make_unique<VideoSource>(service, start, length.count() * TestPicture::PER_SECOND));
+    addPicturesAndSound(multiplexer, service, pids, relocations[i], start, length);
+    for (std::size_t track = 0; track < service.subtitles.size(); ++track) {
+      multiplexer.add({.pid = pids.subtitles(track), .streamId = PRIVATE_STREAM_1, .lead = SUBTITLE_LEAD},
+                      std::make_unique<SubtitleSource>(service.subtitles[track], start, length));
     }
-    for (std::size_t track = 0; track < service.audio.size(); ++track) {
-      multiplexer.add({.pid = pids.audio(track),
-                       .streamId = AUDIO_STREAM,
-                       .lead = AUDIO_LEAD,
-                       .carriesPcr = !service.video && track == 0},
-                      std::make_unique<AudioSource>(service.audio[track], AUDIO_EARLY, length));
-    }
+    if (!service.hasTeletext) continue;
+    multiplexer.add({.pid = pids.teletext(),
+                     .streamId = PRIVATE_STREAM_1,
+                     .lead = AUDIO_LEAD,
+                     .headerLength = TeletextSource::HEADER_LENGTH},
+                    std::make_unique<TeletextSource>(service, start, AUDIO_EARLY, length));
   }
 }
 
@@ -126,10 +170,11 @@ void addMedia(Multiplexer& multiplexer, const Multiplex& multiplex, Moment start
 void makeMultiplex(const Network& network, const Multiplex& multiplex, Moment start, std::chrono::seconds length,
                    const Multiplexer::Sink& sink) {
   Multiplexer multiplexer(multiplex.bitRate);
-  addProgramTables(multiplexer, multiplex);
+  const Relocations relocations = makeRelocations(multiplex, length);
+  addProgramTables(multiplexer, multiplex, relocations);
   addServiceTables(multiplexer, network, multiplex, start);
   addGuide(multiplexer, network, multiplex, start);
-  addMedia(multiplexer, multiplex, start, length);
+  addMedia(multiplexer, multiplex, relocations, start, length);
   multiplexer.run(length, sink);
 }
 

@@ -34,10 +34,13 @@ struct Video {
   Colour tint{};  // of the patterns but the bars
 };
 
+enum class AudioCodec { Mpeg1, Ac3 };
+
 struct Audio {
   std::string_view language;  // ISO 639-2
   double pitch = 0;           // Hz, of the lowest note
   bool melody = false;        // a tune, else one note
+  AudioCodec codec = AudioCodec::Mpeg1;
 };
 
 /// One service of a multiplex: what is signalled and what is shown.
@@ -51,6 +54,9 @@ struct Service {
   std::string_view caption{};  // drawn into the pictures, in the letters that the built-in font has
   std::optional<Video> video{};
   std::vector<Audio> audio{};
+  std::vector<std::string_view> subtitles{};  // languages of DVB subtitles
+  bool hasTeletext = false;                   // in the service's language
+  bool relocates = false;                     // gets other packet identifiers in the middle of each file
   std::span<const Programme> programmes{};
   bool isProtected = false;  // says that it is; nothing is scrambled
   bool visible = true;       // in lists of channels
@@ -74,17 +80,23 @@ struct Network {
 /// The sample broadcast. Without an H.264 encoder the services that would use it are in MPEG-2, and say so.
 Network sampleNetwork(bool canEncodeH264);
 
-/// Packet identifiers of the service at `index` of its multiplex: sixteen each. 8 and up are kept for teletext,
-/// subtitles and other data of the service.
+/// Packet identifiers of the service at `index` of its multiplex: sixteen each.
 struct ServicePids {
   explicit ServicePids(std::size_t index) : pmt(static_cast<std::uint16_t>(0x100 + 16 * index)) {}
 
-  [[nodiscard]] std::uint16_t video() const { return static_cast<std::uint16_t>(pmt + 1); }
-  [[nodiscard]] std::uint16_t audio(std::size_t track) const { return static_cast<std::uint16_t>(pmt + 2 + track); }
-  [[nodiscard]] std::uint16_t entitlements() const { return static_cast<std::uint16_t>(pmt + 8); }
-  [[nodiscard]] std::uint16_t data() const { return static_cast<std::uint16_t>(pmt + 9); }
+  [[nodiscard]] std::uint16_t video() const { return at(1); }
+  [[nodiscard]] std::uint16_t audio(std::size_t track) const { return at(2 + track); }      // four at most
+  [[nodiscard]] std::uint16_t subtitles(std::size_t track) const { return at(6 + track); }  // two
+  [[nodiscard]] std::uint16_t entitlements() const { return at(8); }
+  [[nodiscard]] std::uint16_t data() const { return at(9); }
+  [[nodiscard]] std::uint16_t teletext() const { return at(10); }
+  [[nodiscard]] std::uint16_t laterVideo() const { return at(11); }  // of a service that relocates
+  [[nodiscard]] std::uint16_t laterAudio(std::size_t track) const { return at(12 + track); }
 
   std::uint16_t pmt;
+
+ private:
+  [[nodiscard]] std::uint16_t at(std::size_t place) const { return static_cast<std::uint16_t>(pmt + place); }
 };
 
 }  // namespace broadcaster

@@ -18,10 +18,11 @@ int run(int argc, char** argv) {
   broadcaster::Order order;
   std::string at;
   std::string zone = DEFAULT_ZONE;
-  int seconds = 15;  // sound and pictures both come out even, so that the end joins the beginning
+  int seconds = 12;  // pictures and both kinds of sound come out even, so that the end joins the beginning
   CLI::App app("Makes a sample broadcast: a directory of DVB-T transport streams, one for each frequency.");
   app.add_option("DIR", order.directory, "where the streams are written; made if it is not there")->required();
-  app.add_option("--seconds", seconds, "length of the streams; multiples of 3 repeat without a seam")
+  app.add_option("--seconds", seconds,
+                 "length of the streams; multiples of 12 repeat without a seam, but for AC-3 those of 3 too")
       ->check(CLI::Range(1, 3600))
       ->capture_default_str();
   app.add_option("--at", at,

@@ -1,11 +1,19 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 #include "apps/broadcaster/Broadcast.h"
+#include "apps/broadcaster/media/SubtitleSource.h"
 #include "apps/broadcaster/media/VideoSource.h"
 #include "apps/broadcaster/ts/Multiplexer.h"
 #include "apps/broadcaster/ts/Section.h"
@@ -189,12 +197,24 @@ TEST_P(SampleMultiplex, HasAnExactClockForEveryProgramme) {
 TEST_P(SampleMultiplex, BringsPicturesAndSoundBeforeTheirTime) {
   for (std::size_t i = 0; i < _multiplex.services.size(); ++i) {
     const Service& service = _multiplex.services[i];
-    std::map<std::uint16_t, std::size_t> expected;
-    if (service.video) expected[ServicePids(i).video()] = static_cast<std::size_t>(LENGTH.count()) * 25;
-    if (!service.audio.empty()) expected[ServicePids(i).audio(0)] = 25;  // of 120 ms
-    for (const auto& [packetId, count] : expected) {
-      const std::vector<StreamReader::Unit>& units = _reader.units[packetId];
-      EXPECT_EQ(units.size(), count) << service.caption;
+    const ServicePids pids(i);
+    struct Stream {
+      std::uint16_t pid;
+      std::uint16_t laterPid;
+      std::size_t count;
+    };
+    std::vector<Stream> streams;
+    if (service.video) streams.push_back({pids.video(), pids.laterVideo(), 25 * std::size_t{LENGTH.count()}});
+    for (std::size_t track = 0; track < service.audio.size(); ++track) {
+      const bool isAc3 = service.audio[track].codec == AudioCodec::Ac3;  // units of 96 ms, else 120
+      streams.push_back({pids.audio(track), pids.laterAudio(track), isAc3 ? 31U : 25U});
+    }
+    for (const Stream& stream : streams) {
+      std::vector<StreamReader::Unit> units = _reader.units[stream.pid];
+      const std::vector<StreamReader::Unit>& later = _reader.units[stream.laterPid];
+      EXPECT_EQ(later.empty(), !service.relocates) << service.caption;
+      units.insert(units.end(), later.begin(), later.end());
+      EXPECT_EQ(units.size(), stream.count) << service.caption;
       Ticks last = Ticks::min();
       for (const StreamReader::Unit& unit : units) {
         EXPECT_LT(timeOf(unit.lastPacket + 1), unit.decoding) << service.caption;
@@ -204,6 +224,72 @@ TEST_P(SampleMultiplex, BringsPicturesAndSoundBeforeTheirTime) {
       }
     }
   }
+}
+
+TEST_P(SampleMultiplex, TellsOfNewPacketIdentifiersBeforeItUsesThem) {
+  for (std::size_t i = 0; i < _multiplex.services.size(); ++i) {
+    if (!_multiplex.services[i].relocates) continue;
+    const ServicePids pids(i);
+    std::vector<unsigned> versions;
+    std::size_t told = 0;
+    for (const StreamReader::Section& section : _reader.sections[pids.pmt]) {
+      const unsigned version = section.data[5] >> 1U & 0x1FU;
+      if (!versions.empty() && versions.back() == version) continue;
+      versions.push_back(version);
+      told = section.packet;
+    }
+    EXPECT_EQ(versions, (std::vector<unsigned>{0, 1}));
+    for (const auto& [before, after] :
+         {std::pair(pids.video(), pids.laterVideo()), std::pair(pids.audio(0), pids.laterAudio(0))}) {
+      ASSERT_FALSE(_reader.units[after].empty());
+      EXPECT_GT(_reader.units[after].front().lastPacket, told);
+      EXPECT_GT(_reader.units[after].front().lastPacket, _reader.units[before].back().lastPacket);
+    }
+    const Bytes& first = _reader.units[pids.laterVideo()].front().data;
+    EXPECT_EQ(Bytes(first.begin(), first.begin() + 4), (Bytes{0, 0, 1, 0xB3})) << "a sequence header";
+  }
+}
+
+/// What a decoder shows of a display set: the bytes of its picture; nothing for an empty screen.
+Bytes shownBy(AVCodecContext& decoder, Bytes data) {
+  data.erase(data.begin(), data.begin() + 2);  // what the transport adds
+  data.resize(data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+  AVPacket packet{};
+  packet.data = data.data();
+  packet.size = static_cast<int>(data.size()) - AV_INPUT_BUFFER_PADDING_SIZE;
+  AVSubtitle subtitle{};
+  int isThere = 0;
+  EXPECT_GE(avcodec_decode_subtitle2(&decoder, &subtitle, &isThere, &packet), 0);
+  Bytes shown;
+  if (isThere != 0 && subtitle.num_rects > 0) {
+    const AVSubtitleRect& rectangle = *subtitle.rects[0];
+    shown.assign(rectangle.data[0], rectangle.data[0] + std::ptrdiff_t{rectangle.linesize[0]} * rectangle.h);
+  }
+  avsubtitle_free(&subtitle);
+  return shown;
+}
+
+TEST(Subtitles, ShowEachTimeSomethingElseAndNothingAtTheEnd) {
+  std::set<Bytes> shown;
+  std::size_t count = 0;
+  for (const std::string_view language : {"fra", "eng"}) {
+    AVCodecContext* decoder = avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_DVB_SUBTITLE));
+    ASSERT_GE(avcodec_open2(decoder, nullptr, nullptr), 0);
+    SubtitleSource source(language, START, 9s);
+    bool isEmpty = false;
+    while (const std::optional<AccessUnit> unit = source.next()) {
+      const Bytes picture = shownBy(*decoder, unit->data);
+      isEmpty = picture.empty();
+      if (isEmpty) continue;
+      EXPECT_GT(std::ranges::count(picture, 2), 500) << "letters";
+      shown.insert(picture);
+      ++count;
+    }
+    EXPECT_TRUE(isEmpty) << language;
+    avcodec_free_context(&decoder);
+  }
+  EXPECT_EQ(count, 6U);
+  EXPECT_EQ(shown.size(), count) << "no two are the same";
 }
 
 TEST_P(SampleMultiplex, IsTheSameWhenMadeAgain) {

@@ -12,25 +12,10 @@ namespace broadcaster {
 namespace {
 
 constexpr int SAMPLE_RATE = 48000;
-constexpr int FRAME_SAMPLES = 1152;
-constexpr int FRAMES_OF_UNIT = 5;
-constexpr Ticks UNIT = std::chrono::milliseconds(120);
 constexpr int BIT_RATE = 96'000;
 
 /// Half notes above the lowest one; two of them a second.
 constexpr std::array TUNE = {0, 4, 7, 12, 9, 7, 4, 9, 5, 2};
-
-Encoder makeEncoder() {
-  Encoder encoder{"mp2fixed", "mp2"};
-  AVCodecContext& context = encoder.context();
-  context.sample_fmt = AV_SAMPLE_FMT_S16;
-  context.sample_rate = SAMPLE_RATE;
-  context.bit_rate = BIT_RATE;
-  context.time_base = {1, SAMPLE_RATE};
-  av_channel_layout_default(&context.ch_layout, 2);
-  encoder.open({});
-  return encoder;
-}
 
 /// A struck note: a quick rise, a fall to a level that stays.
 double envelope(double seconds) {
@@ -51,25 +36,68 @@ std::int16_t soundAt(const Audio& audio, std::int64_t sample) {
 
 }  // namespace
 
+struct AudioSource::Format {
+  const char* encoder;
+  const char* otherEncoder;  // where that is missing
+  AVSampleFormat samples;
+  int samplesOfFrame;
+  int framesOfUnit;
+
+  [[nodiscard]] Ticks unit() const {
+    return Ticks(std::int64_t{framesOfUnit} * samplesOfFrame * Ticks::period::den / SAMPLE_RATE);
+  }
+
+  [[nodiscard]] Encoder makeEncoder() const {
+    Encoder made{encoder, otherEncoder};
+    AVCodecContext& context = made.context();
+    context.sample_fmt = samples;
+    context.sample_rate = SAMPLE_RATE;
+    context.bit_rate = BIT_RATE;
+    context.time_base = {1, SAMPLE_RATE};
+    av_channel_layout_default(&context.ch_layout, 2);
+    made.open({});
+    return made;
+  }
+};
+
+const AudioSource::Format& AudioSource::formatOf(AudioCodec codec) {
+  // Encoders in whole numbers come first: what they make is the same on every machine.
+  static const Format MPEG1{"mp2fixed", "mp2", AV_SAMPLE_FMT_S16, 1152, 5};
+  static const Format AC3{"ac3_fixed", "ac3_fixed", AV_SAMPLE_FMT_S32P, 1536, 3};
+  return codec == AudioCodec::Ac3 ? AC3 : MPEG1;
+}
+
 AudioSource::AudioSource(const Audio& audio, Ticks early, std::chrono::seconds length)
     : _audio(audio),
-      _encoder(makeEncoder()),
-      _end(length / UNIT - early / UNIT),
-      _unit(-(early / UNIT)),
-      _sample(_unit * FRAMES_OF_UNIT * FRAME_SAMPLES) {}
+      _format(formatOf(audio.codec)),
+      _encoder(_format.makeEncoder()),
+      _end(length / _format.unit() - early / _format.unit()),
+      _unit(-(early / _format.unit())),
+      _sample(_unit * _format.framesOfUnit * _format.samplesOfFrame) {}
 
 void AudioSource::sendFrame() {
   AVFrame& frame = _encoder.newFrame();
   frame.pts = _sample;
-  auto* samples = reinterpret_cast<std::int16_t*>(frame.data[0]);  // left and right in turn
-  for (int i = 0; i < FRAME_SAMPLES; ++i, samples += 2) samples[0] = samples[1] = soundAt(_audio, _sample++);
+  const bool planar = av_sample_fmt_is_planar(_format.samples) != 0;
+  auto* both = reinterpret_cast<std::int16_t*>(frame.data[0]);  // left and right in turn
+  auto* left = reinterpret_cast<std::int32_t*>(frame.data[0]);
+  auto* right = reinterpret_cast<std::int32_t*>(frame.data[1]);
+  for (int i = 0; i < _format.samplesOfFrame; ++i) {
+    const std::int16_t sound = soundAt(_audio, _sample++);
+    if (planar) {
+      *left++ = *right++ = sound * 65536;
+    } else {
+      *both++ = sound;
+      *both++ = sound;
+    }
+  }
   _encoder.send();
 }
 
 std::optional<AccessUnit> AudioSource::next() {
   if (_unit >= _end) return std::nullopt;
   AccessUnit unit;
-  for (int frames = 0; frames < FRAMES_OF_UNIT;) {
+  for (int frames = 0; frames < _format.framesOfUnit;) {
     const std::optional<AccessUnit> frame = _encoder.receive();
     if (!frame) {
       sendFrame();
@@ -79,7 +107,7 @@ std::optional<AccessUnit> AudioSource::next() {
     ++frames;
   }
   // The encoder's delay of some samples is left out: every broadcast begins a little early or late.
-  unit.presentation = unit.decoding = _unit++ * UNIT;
+  unit.presentation = unit.decoding = _unit++ * _format.unit();
   unit.randomAccess = true;
   return unit;
 }

@@ -8,7 +8,7 @@
 
 namespace broadcaster {
 
-/// The sound of one track as MPEG-1 layer II: a note that is struck each second, or a tune.
+/// The sound of one track, as MPEG-1 layer II or AC-3: a note that is struck each second, or a tune.
 class AudioSource : public AccessUnitSource {
  public:
   /// As much sound as fits into `length`, beginning and ending `early` before the pictures: sound arrives shortly
@@ -16,13 +16,17 @@ class AudioSource : public AccessUnitSource {
   /// the encoder cannot be had.
   AudioSource(const Audio& audio, Ticks early, std::chrono::seconds length);
 
-  /// Five frames at a time, 120 ms.
+  /// Some frames at a time: 120 ms of MPEG, 96 ms of AC-3.
   std::optional<AccessUnit> next() override;
 
  private:
   void sendFrame();
 
+  struct Format;
+  static const Format& formatOf(AudioCodec codec);
+
   Audio _audio;
+  const Format& _format;
   Encoder _encoder;
   std::int64_t _end;     // the unit after the last one
   std::int64_t _unit;    // the next one; number 0 begins with the first picture

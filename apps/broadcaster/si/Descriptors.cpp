@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace broadcaster::descriptor {
@@ -139,6 +140,34 @@ void language(ByteWriter& writer, std::string_view code) {
   put(writer, 0x0A, [&] {
     writer.text(code);
     writer.u8(0);  // audio type: not said
+  });
+}
+
+void ac3(ByteWriter& writer) {
+  put(writer, 0x6A, [&] {
+    writer.u8(0x80);  // the component type alone
+    writer.u8(0x42);  // a full service, complete main sound, stereo (table D.1)
+  });
+}
+
+void subtitling(ByteWriter& writer, std::string_view language) {
+  put(writer, 0x59, [&] {
+    writer.text(language);
+    writer.u8(0x12);  // 16:9 (table 26)
+    writer.u16(1);    // composition and ancillary page
+    writer.u16(1);
+  });
+}
+
+void teletext(ByteWriter& writer, std::string_view language, std::uint16_t initialPage, std::uint16_t subtitlePage) {
+  constexpr unsigned INITIAL = 1;  // table 100
+  constexpr unsigned SUBTITLES = 2;
+  put(writer, 0x56, [&] {
+    for (const auto& [type, page] : {std::pair(INITIAL, initialPage), std::pair(SUBTITLES, subtitlePage)}) {
+      writer.text(language);
+      writer.u8(type << 3 | (page >> 8 & 7U));  // magazine 8 is sent as 0
+      writer.u8(page & 0xFFU);
+    }
   });
 }
 

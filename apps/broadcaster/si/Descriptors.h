@@ -33,6 +33,12 @@ void localTimeOffset(ByteWriter& writer, Moment now, std::string_view countryCod
 
 void streamIdentifier(ByteWriter& writer, std::uint64_t componentTag);
 void language(ByteWriter& writer, std::string_view code);
+/// Two channels of AC-3 (EN 300 468 annex D.3).
+void ac3(ByteWriter& writer);
+/// DVB subtitles for pictures of 16:9.
+void subtitling(ByteWriter& writer, std::string_view language);
+/// An initial page and one of subtitles, their digits as they are written: 0x100 to 0x8FF.
+void teletext(ByteWriter& writer, std::string_view language, std::uint16_t initialPage, std::uint16_t subtitlePage);
 void conditionalAccess(ByteWriter& writer, std::uint16_t entitlementPid);
 
 }  // namespace broadcaster::descriptor

@@ -11,6 +11,7 @@ namespace {
 constexpr std::uint64_t MPEG2_VIDEO = 0x02;
 constexpr std::uint64_t MPEG1_AUDIO = 0x03;
 constexpr std::uint64_t PRIVATE_SECTIONS = 0x05;
+constexpr std::uint64_t PRIVATE_PES = 0x06;
 constexpr std::uint64_t H264_VIDEO = 0x1B;
 
 template <class Descriptors>
@@ -20,10 +21,27 @@ void putStream(ByteWriter& writer, std::uint64_t coding, std::uint16_t packetId,
   writer.sized12(0xF, descriptors);
 }
 
+/// The identifiers of pictures and sound before and after a relocation.
+std::uint16_t videoPid(const ServicePids& pids, bool relocated) {
+  return relocated ? pids.laterVideo() : pids.video();
+}
+std::uint16_t audioPid(const ServicePids& pids, std::size_t track, bool relocated) {
+  return relocated ? pids.laterAudio(track) : pids.audio(track);
+}
+
 /// The clock travels with the pictures, else with the sound.
-std::uint16_t clockPid(const Service& service, const ServicePids& pids) {
-  if (service.video) return pids.video();
-  return service.audio.empty() ? pid::NONE : pids.audio(0);
+std::uint16_t clockPid(const Service& service, const ServicePids& pids, bool relocated) {
+  if (service.video) return videoPid(pids, relocated);
+  return service.audio.empty() ? pid::NONE : audioPid(pids, 0, relocated);
+}
+
+void putAudio(ByteWriter& writer, const Audio& audio, std::uint16_t packetId, std::uint64_t componentTag) {
+  const bool isAc3 = audio.codec == AudioCodec::Ac3;
+  putStream(writer, isAc3 ? PRIVATE_PES : MPEG1_AUDIO, packetId, [&] {
+    descriptor::streamIdentifier(writer, componentTag);
+    descriptor::language(writer, audio.language);
+    if (isAc3) descriptor::ac3(writer);
+  });
 }
 
 }  // namespace
@@ -39,29 +57,39 @@ Bytes programAssociation(const Multiplex& multiplex) {
   return makeSection({.tableId = 0x00, .extension = multiplex.transportStream}, body.get());
 }
 
-Bytes programMap(const Multiplex& multiplex, std::size_t index) {
+Bytes programMap(const Multiplex& multiplex, std::size_t index, bool relocated) {
   const Service& service = multiplex.services.at(index);
   const ServicePids pids(index);
   ByteWriter body;
-  body.u16(0xE000U | clockPid(service, pids));
+  body.u16(0xE000U | clockPid(service, pids, relocated));
   body.sized12(0xF, [&] {
     if (service.isProtected) descriptor::conditionalAccess(body, pids.entitlements());
   });
   std::uint64_t componentTag = 1;
   if (service.video) {
-    putStream(body, service.video->codec == VideoCodec::H264 ? H264_VIDEO : MPEG2_VIDEO, pids.video(),
+    putStream(body, service.video->codec == VideoCodec::H264 ? H264_VIDEO : MPEG2_VIDEO, videoPid(pids, relocated),
               [&] { descriptor::streamIdentifier(body, componentTag++); });
   }
   for (std::size_t track = 0; track < service.audio.size(); ++track) {
-    putStream(body, MPEG1_AUDIO, pids.audio(track), [&] {
+    putAudio(body, service.audio[track], audioPid(pids, track, relocated), componentTag++);
+  }
+  for (std::size_t track = 0; track < service.subtitles.size(); ++track) {
+    putStream(body, PRIVATE_PES, pids.subtitles(track), [&] {
       descriptor::streamIdentifier(body, componentTag++);
-      descriptor::language(body, service.audio[track].language);
+      descriptor::subtitling(body, service.subtitles[track]);
+    });
+  }
+  if (service.hasTeletext) {
+    putStream(body, PRIVATE_PES, pids.teletext(), [&] {
+      descriptor::streamIdentifier(body, componentTag++);
+      descriptor::teletext(body, service.language, 0x100, 0x888);
     });
   }
   if (service.type == ServiceType::Data) {
     putStream(body, PRIVATE_SECTIONS, pids.data(), [&] { descriptor::streamIdentifier(body, componentTag++); });
   }
-  return makeSection({.tableId = 0x02, .extension = service.id}, body.get());
+  const std::uint8_t version = relocated ? 1 : 0;
+  return makeSection({.tableId = 0x02, .extension = service.id, .version = version}, body.get());
 }
 
 Bytes engineeringData(const Service& service) {

@@ -12,8 +12,8 @@ namespace broadcaster {
 
 // ISO/IEC 13818-1, 2.4.4.3 and 2.4.4.8
 Bytes programAssociation(const Multiplex& multiplex);
-/// The service at `index` of the multiplex.
-Bytes programMap(const Multiplex& multiplex, std::size_t index);
+/// The service at `index` of the multiplex; after its relocation with other packet identifiers, as the next version.
+Bytes programMap(const Multiplex& multiplex, std::size_t index, bool relocated = false);
 /// What the data service carries: a private section that nobody needs to understand.
 Bytes engineeringData(const Service& service);
 

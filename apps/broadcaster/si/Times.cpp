@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -125,6 +126,15 @@ std::optional<Moment> nextOffsetChange(Moment after) {
     return change;
   }
   return std::nullopt;
+}
+
+std::string clockOf(Moment moment) {
+  const Moment local = moment + localOffset(moment);
+  const std::chrono::hh_mm_ss time(local - std::chrono::floor<std::chrono::days>(local));
+  char text[16];
+  std::snprintf(text, sizeof text, "%02d:%02d:%02d", static_cast<int>(time.hours().count()),
+                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
+  return text;
 }
 
 Moment readMoment(const std::string& text) {

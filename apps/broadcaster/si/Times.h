@@ -35,6 +35,9 @@ std::chrono::minutes localOffset(Moment moment);
 /// The next moment within about a year at which localOffset() changes.
 std::optional<Moment> nextOffsetChange(Moment after);
 
+/// The local time of day, "20:15:03".
+std::string clockOf(Moment moment);
+
 /// Reads "YYYY-MM-DDTHH:MM[:SS]" in local time, the same with "Z" in UTC, or seconds since the epoch. Throws
 /// std::invalid_argument for anything else and for moments that the tables cannot say.
 Moment readMoment(const std::string& text);

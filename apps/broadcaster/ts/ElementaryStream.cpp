@@ -1,6 +1,7 @@
 #include "apps/broadcaster/ts/ElementaryStream.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace broadcaster {
 namespace {
@@ -18,9 +19,10 @@ void writeTimestamp(ByteWriter& writer, std::uint64_t prefix, Ticks time) {
   writer.u16((value << 1 & 0xFFFE) | 1);
 }
 
-Bytes makePes(std::uint8_t streamId, const AccessUnit& unit) {
+Bytes makePes(std::uint8_t streamId, std::size_t headerLength, const AccessUnit& unit) {
   const bool hasDecoding = unit.decoding != unit.presentation;
-  const std::size_t extra = hasDecoding ? 10 : 5;
+  const std::size_t times = hasDecoding ? 10 : 5;
+  const std::size_t extra = std::max(times, headerLength);
   const std::size_t length = 3 + extra + unit.data.size();
   const bool video = (streamId & 0xF0U) == 0xE0U;  // a length of 0, "not said", is for pictures alone
   ByteWriter writer;
@@ -32,6 +34,7 @@ Bytes makePes(std::uint8_t streamId, const AccessUnit& unit) {
   writer.u8(extra);
   writeTimestamp(writer, hasDecoding ? 3 : 2, unit.presentation);
   if (hasDecoding) writeTimestamp(writer, 1, unit.decoding);
+  writer.bytes(Bytes(extra - times, 0xFF));
   writer.bytes(unit.data);
   return writer.get();
 }
@@ -46,8 +49,8 @@ void writePcr(ByteWriter& writer, Ticks time) {
 
 }  // namespace
 
-ElementaryStream::ElementaryStream(const Settings& settings, std::unique_ptr<AccessUnitSource> source)
-    : _settings(settings), _source(std::move(source)) {}
+ElementaryStream::ElementaryStream(Settings settings, std::unique_ptr<AccessUnitSource> source)
+    : _settings(std::move(settings)), _source(std::move(source)) {}
 
 bool ElementaryStream::prepare() {
   if (!_pes.empty()) return true;
@@ -61,14 +64,26 @@ bool ElementaryStream::prepare() {
   unit->decoding += PRELOAD;
   _decoding = unit->decoding;
   _randomAccess = unit->randomAccess;
-  _pes = makePes(_settings.streamId, *unit);
+  _pes = makePes(_settings.streamId, _settings.headerLength, *unit);
   _sent = 0;
   return true;
 }
 
 std::optional<Ticks> ElementaryStream::deadline(Ticks now) {
-  if (!prepare() || now < _decoding - _settings.lead) return std::nullopt;
+  if (!prepare() || now < _decoding - _settings.lead || isHeld(now)) return std::nullopt;
   return _decoding;
+}
+
+/// Whether the unit that waits must not go out under the old identifier any more, and not yet under the new one.
+bool ElementaryStream::isHeld(Ticks now) {
+  if (_settings.relocation == nullptr || _moved || _sent > 0) return false;
+  Relocation& relocation = *_settings.relocation;
+  if (_settings.carriesPcr && _randomAccess && _decoding >= PRELOAD + relocation.at()) relocation.announce(now);
+  if (!relocation.isAnnounced()) return false;
+  if (!relocation.isDone(now)) return true;
+  _moved = true;
+  _settings.pid = _settings.laterPid;
+  return false;
 }
 
 bool ElementaryStream::finished() {

@@ -7,6 +7,7 @@
 
 #include "apps/broadcaster/ts/AccessUnit.h"
 #include "apps/broadcaster/ts/Packet.h"
+#include "apps/broadcaster/ts/Relocation.h"
 
 namespace broadcaster {
 
@@ -15,13 +16,16 @@ class ElementaryStream {
  public:
   struct Settings {
     std::uint16_t pid = 0;
-    std::uint8_t streamId = 0;  // table 2-22: 0xC0 sound, 0xE0 pictures
-    Ticks lead{0};              // how long before its decoding a unit may be sent; bounds the receiver's buffer
-    bool carriesPcr = false;
+    std::uint8_t streamId = 0;     // table 2-22: 0xC0 sound, 0xE0 pictures, 0xBD private stream 1
+    Ticks lead{0};                 // how long before its decoding a unit may be sent; bounds the receiver's buffer
+    bool carriesPcr = false;       // and leads a relocation
+    std::size_t headerLength = 0;  // of each PES header behind this field, stuffed up to it; 0: as long as needed
+    std::shared_ptr<Relocation> relocation{};
+    std::uint16_t laterPid = 0;  // after the relocation
   };
 
   /// Time zero of the source is presented `PRELOAD` after the start of the stream.
-  ElementaryStream(const Settings& settings, std::unique_ptr<AccessUnitSource> source);
+  ElementaryStream(Settings settings, std::unique_ptr<AccessUnitSource> source);
 
   static constexpr Ticks PRELOAD = std::chrono::milliseconds(900);
 
@@ -40,10 +44,12 @@ class ElementaryStream {
 
  private:
   bool prepare();
+  bool isHeld(Ticks now);
 
   Settings _settings;
   std::unique_ptr<AccessUnitSource> _source;
   bool _ended = false;
+  bool _moved = false;
   bool _randomAccess = false;  // of the PES packet being sent
   Bytes _pes;                  // being sent; empty between units
   std::size_t _sent = 0;
