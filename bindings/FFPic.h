@@ -16,7 +16,7 @@ typedef struct FFPic {
   const uint8_t* rgba; /* height lines of width pixels, four bytes each */
   /* Teletext only; page is 0 otherwise. */
   uint32_t page;                           /* 100 to 899 */
-  uint32_t subpage;                        /* 0 is any */
+  uint32_t subpage;                        /* its four digits; 0 when the page has none */
   const char* lines[FFPIC_TELETEXT_LINES]; /* UTF-8, NUL-terminated */
 } FFPic;
 

@@ -7,8 +7,12 @@
 
 #include "middleware/si/EitReader.h"
 #include "middleware/si/MultiplexScanner.h"
+#include "middleware/si/ProgramStream.h"
+#include "middleware/si/ProgramWatch.h"
 #include "middleware/si/ScannedService.h"
 #include "middleware/si/TableReaders.h"
+#include "middleware/stream/LoopedStream.h"
+#include "middleware/stream/Pacer.h"
 
 namespace {
 
@@ -17,6 +21,23 @@ void scan(std::span<const std::uint8_t> bytes) {
   durix::PacketReader reader(std::make_unique<MemorySource>(std::vector<std::uint8_t>(bytes.begin(), bytes.end())));
   const auto tables = durix::scanMultiplex(reader);
   for (const auto& service : durix::offeredServices(tables)) durix::qualityRank(service, tables.reception);
+}
+
+// Received as a service is, a few loops long.
+void receive(std::span<const std::uint8_t> bytes) {
+  constexpr std::uint16_t SERVICE = 1;
+  durix::LoopedStream stream(
+      std::make_unique<durix::MemorySource>(std::vector<std::uint8_t>(bytes.begin(), bytes.end())));
+  durix::ProgramStream program([](durix::PacketView::Bytes) {});
+  durix::ProgramWatch watch(SERVICE, [&](const durix::Program& found) { program.setContents(contentsOf(found)); });
+  durix::Pacer pacer;
+  while (stream.loops() < 3) {
+    const auto packet = stream.next();
+    if (!packet) break;
+    pacer.due(*packet, durix::Pacer::Time());
+    watch.feed(*packet);
+    program.feed(*packet);
+  }
 }
 
 void readTables(std::span<const std::uint8_t> bytes) {
@@ -41,6 +62,7 @@ void readTables(std::span<const std::uint8_t> bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span bytes(data, size);
   scan(bytes);
+  receive(bytes);
   readTables(bytes);
   durix::decodeDvbText(bytes);
   return 0;

@@ -44,6 +44,8 @@ durix_return_code durix_player_get_position(durix_player* player, uint32_t* posi
 durix_return_code durix_player_get_duration(durix_player* player, uint32_t* duration); /* seconds */
 durix_return_code durix_player_size_set(durix_player* player, uint32_t width, uint32_t height);
 durix_return_code durix_player_volume_set(durix_player* player, uint8_t volume); /* 0 to 100; 0 mutes */
+/* Page 100 to 899, subpage by its four digits, both decimal; subpage 0 is any. A page that has not come is shown when
+   it comes. The commands are next page, previous page, next subpage, previous subpage, of those that have come. */
 durix_return_code durix_player_teletext_set_page(durix_player* player, uint32_t page, uint32_t subpage);
 durix_return_code durix_player_teletext_change_page(durix_player* player, uint32_t command);
 

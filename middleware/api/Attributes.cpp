@@ -40,21 +40,13 @@ AttributeValue serviceAttribute(const StoredService& service, durix_attribute at
 AttributeValue feedAttribute(const FoundFeed& found, durix_attribute attribute) {
   const Feed& feed = *found.feed;
   switch (attribute) {
-    case DURIX_ATTRIBUTE_FEED_TYPE:
-      return feed.type;
-    case DURIX_ATTRIBUTE_FEED_CONTENT_TYPE:
-      return feed.contentType;
-    case DURIX_ATTRIBUTE_LANGUAGE:
-      return feed.language;
-    case DURIX_ATTRIBUTE_AUDIO_LANGUAGE:
-      return feed.type == DURIX_FEED_AUDIO ? feed.language : std::string();
     case DURIX_ATTRIBUTE_URI:
       return uriOf(*found.service, feed);
     case DURIX_ATTRIBUTE_CHANNEL_NUMBER:
       if (feed.type != FEED_GUIDE_DATA) return {};
       return static_cast<std::int32_t>(found.service->multiplex);
     default:
-      return {};
+      return componentAttribute(feed, attribute);
   }
 }
 
@@ -71,6 +63,22 @@ std::optional<FoundFeed> findFeed(const Catalogue& catalogue, const durix_esg_ob
   const auto* const service = catalogue.service(object.opaque);  // a feed's record names its service there
   if (feed == nullptr || service == nullptr || catalogue.serviceOfFeed.at(feed->id) != service->id) return std::nullopt;
   return FoundFeed{service, feed};
+}
+
+AttributeValue componentAttribute(const Feed& feed, durix_attribute attribute) {
+  const bool isSound = feed.type == DURIX_FEED_AUDIO || feed.type == DURIX_FEED_AUDIO_SECOND;
+  switch (attribute) {
+    case DURIX_ATTRIBUTE_FEED_TYPE:
+      return feed.type;
+    case DURIX_ATTRIBUTE_FEED_CONTENT_TYPE:
+      return feed.contentType;
+    case DURIX_ATTRIBUTE_LANGUAGE:
+      return feed.language;
+    case DURIX_ATTRIBUTE_AUDIO_LANGUAGE:
+      return isSound ? feed.language : std::string();
+    default:
+      return {};
+  }
 }
 
 AttributeValue attributeOf(const Catalogue& catalogue, const durix_esg_object& object, durix_attribute attribute) {

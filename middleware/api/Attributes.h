@@ -23,6 +23,9 @@ struct FoundFeed {
 const StoredService* findService(const Catalogue& catalogue, const durix_esg_object& object);
 std::optional<FoundFeed> findFeed(const Catalogue& catalogue, const durix_esg_object& object);
 
+/// What a feed says by itself, be it of a service or of a recording.
+AttributeValue componentAttribute(const Feed& feed, durix_attribute attribute);
+
 /// Throws Failure UnknownObject for records that stand for nothing.
 AttributeValue attributeOf(const Catalogue& catalogue, const durix_esg_object& object, durix_attribute attribute);
 

@@ -9,7 +9,6 @@
 #include "middleware/guide/Genres.h"
 
 namespace durix {
-namespace {
 
 std::string timeText(std::int64_t moment) {
   const auto seconds = static_cast<std::time_t>(moment);
@@ -19,8 +18,6 @@ std::string timeText(std::int64_t moment) {
   const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
   return {text.data(), length};
 }
-
-}  // namespace
 
 bool isEvent(const durix_esg_object& object) {
   return object.kind == static_cast<std::uint32_t>(ObjectKind::Event);

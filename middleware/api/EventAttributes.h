@@ -14,6 +14,9 @@ bool isEvent(const durix_esg_object& object);
 /// Records of programmes; each names its service.
 std::vector<durix_esg_object> recordsOf(const ServiceGuide& guide, std::uint32_t service);
 
+/// A moment as the contract writes it, in UTC.
+std::string timeText(std::int64_t moment);
+
 /// Throws Failure UnknownObject for programmes that are gone or never were.
 GuideEventPtr eventOf(Guide& guide, const Catalogue& catalogue, const durix_esg_object& object);
 

@@ -23,6 +23,7 @@ enum class Code : durix_return_code {
   DatabaseNewer = 15,     // written by a newer version
   ReceiverSettings = 16,  // cannot be understood
   OutOfMemory = 17,
+  NoSignal = 18,  // nothing is sent there
 };
 
 /// A failure inside the middleware, on its way to the border of the contract, where it becomes its code. The text is

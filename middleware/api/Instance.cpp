@@ -83,12 +83,6 @@ Guide::Keeping keepingOf(const ReceiverPool& receivers) {
   return std::any_of(all.begin(), all.end(), hasOwnTime) ? Guide::Keeping::Forever : Guide::Keeping::Day;
 }
 
-std::uint32_t tunersOf(const ReceiverPool& receivers) {
-  std::uint32_t tuners = 0;
-  for (const auto& broadcast : receivers.broadcasts()) tuners += broadcast->settings().tuners;
-  return tuners;
-}
-
 EventRecord receiverEvent(const Broadcast& broadcast, Presence::Change change) {
   const ReceiverType type = broadcast.settings().type;
   EventRecord record(change == Presence::Change::Announced ? DURIX_EVENT_RECEIVER_ON : DURIX_EVENT_RECEIVER_OFF);
@@ -151,7 +145,7 @@ void Instance::setStartFailure(const std::string& text) {
 }
 
 Instance::Instance(const std::filesystem::path& dataDirectory)
-    : _store(dataDirectory), _timeShifts(_store, firstMomentOf), _events(EventQueue::create()) {}
+    : _store(dataDirectory), _recordings(_store), _timeShifts(_store, firstMomentOf), _events(EventQueue::create()) {}
 
 void Instance::startReceivers() {
   std::vector<std::unique_ptr<Broadcast>> broadcasts;
@@ -163,21 +157,42 @@ void Instance::startReceivers() {
     events->post(receiverEvent(broadcast, change));
   };
   _receivers = std::make_unique<ReceiverPool>(std::move(broadcasts), notice);
-  _scan = std::make_unique<ChannelScan>(*_events, *_receivers, _store, _timeShifts);
+  _tuners = std::make_unique<Tuners>(*_events, *_receivers, &_guideTap);
+  _scan = std::make_unique<ChannelScan>(ChannelScan::Parts{*_events, *_receivers, *_tuners, _store, _timeShifts});
   _guide = std::make_unique<Guide>(_store, keepingOf(*_receivers));
-  const auto isBusy = [this] { return _scan->isRunning() && tunersOf(*_receivers) < 2; };
   _guideCollector = std::make_unique<GuideCollector>(
-      GuideCollector::Parts{*_events, *_receivers, _store, _timeShifts, *_guide, _guideFeeds, isBusy});
+      GuideCollector::Parts{*_events, *_receivers, *_tuners, _store, _timeShifts, *_guide, _guideFeeds, _guideTap});
 }
 
 Instance::~Instance() {
   shutDown();  // for one that did not get through its start
 }
 
+void Instance::add(const std::shared_ptr<Companion>& companion) {
+  const std::scoped_lock lock(_companionsMutex);
+  if (_isStopping) throw Failure(Code::NoInstance);
+  std::erase_if(_companions, [](const auto& known) { return known.expired(); });
+  _companions.push_back(companion);
+}
+
+void Instance::stopCompanions() {
+  std::vector<std::weak_ptr<Companion>> companions;
+  {
+    const std::scoped_lock lock(_companionsMutex);
+    _isStopping = true;
+    companions.swap(_companions);
+  }
+  for (const auto& companion : companions) {
+    if (const auto alive = companion.lock()) alive->stop();
+  }
+}
+
 // In the order of who produces for whom.
 void Instance::shutDown() {
+  stopCompanions();
   if (_guideCollector != nullptr) _guideCollector->stop();
   if (_scan != nullptr) _scan->stop();
+  if (_tuners != nullptr) _tuners->stop();
   if (_receivers != nullptr) _receivers->stop();
   _events->stop();
   _store.close();

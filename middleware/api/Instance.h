@@ -2,16 +2,21 @@
 
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "middleware/api/Companion.h"
 #include "middleware/api/Providers.h"
 #include "middleware/events/EventQueue.h"
 #include "middleware/guide/Guide.h"
 #include "middleware/guide/GuideCollector.h"
 #include "middleware/guide/GuideFeeds.h"
+#include "middleware/guide/GuideTap.h"
 #include "middleware/receivers/ReceiverPool.h"
+#include "middleware/reception/Tuners.h"
+#include "middleware/recordings/Recordings.h"
 #include "middleware/scan/ChannelScan.h"
 #include "middleware/store/Store.h"
 #include "middleware/store/TimeShifts.h"
@@ -47,29 +52,43 @@ class Instance {
 
   Store& store() { return _store; }
   EventQueue& events() { return *_events; }
+  Recordings& recordings() { return _recordings; }
   TimeShifts& timeShifts() { return _timeShifts; }
   ReceiverPool& receivers() { return *_receivers; }
+  Tuners& tuners() { return *_tuners; }
   ChannelScan& scan() { return *_scan; }
   Providers& providers() { return _providers; }
   Guide& guide() { return *_guide; }
   GuideFeeds& guideFeeds() { return _guideFeeds; }
   GuideCollector& guideCollector() { return *_guideCollector; }
 
+  /// It is stopped before the instance's parts are, if it still lives then. Throws Failure NoInstance when it is late.
+  void add(const std::shared_ptr<Companion>& companion);
+
  private:
   explicit Instance(const std::filesystem::path& dataDirectory);
   void startReceivers();
+  void stopCompanions();
   void shutDown();
 
   // fixed after construction; each uses those before it
   Store _store;
+  Recordings _recordings;
   TimeShifts _timeShifts;
   std::shared_ptr<EventQueue> _events;
   std::unique_ptr<ReceiverPool> _receivers;
+  GuideTap _guideTap;
+  std::unique_ptr<Tuners> _tuners;
   std::unique_ptr<ChannelScan> _scan;
   Providers _providers;
   GuideFeeds _guideFeeds;
   std::unique_ptr<Guide> _guide;
   std::unique_ptr<GuideCollector> _guideCollector;
+
+  // guarded by _companionsMutex, a leaf
+  std::mutex _companionsMutex;
+  std::vector<std::weak_ptr<Companion>> _companions;
+  bool _isStopping = false;
 };
 
 }  // namespace durix

@@ -9,6 +9,7 @@
 #include "middleware/api/Guard.h"
 #include "middleware/api/Instance.h"
 #include "middleware/portability/Memory.h"
+#include "middleware/recordings/RecordingAttributes.h"
 
 using durix::Code;
 using durix::Failure;
@@ -19,16 +20,27 @@ using durix::ObjectKind;
 
 namespace {
 
+durix::AttributeValue valueOf(Instance& instance, const durix_esg_object& object, durix_attribute number) {
+  if (durix::recordingOf(object)) return durix::recordedAttribute(instance.recordings(), object, number);
+  const auto catalogue = instance.store().catalogue();
+  if (!durix::isEvent(object)) return durix::attributeOf(*catalogue, object, number);
+  auto& guide = instance.guide();
+  return durix::eventAttribute(*durix::eventOf(guide, *catalogue, object), guide.language(), number);
+}
+
+// The feeds of a timer or a recording, which may have none.
+std::vector<durix_esg_object> recordedFeeds(durix::Recordings& recordings, const durix_esg_object& object) {
+  const bool isTimer = object.kind == DURIX_OBJECT_TIMER;
+  if (isTimer ? !recordings.timer(object.id) : !recordings.recording(object.id)) throw Failure(Code::UnknownObject);
+  return durix::feedRecords(object.id, recordings.feeds(object.id));
+}
+
 // Reads one attribute as T; an object that is gone and an attribute of another type are failures.
 template <typename T>
 T attribute(const durix_esg_object* object, durix_attribute number) {
   const auto instance = Instance::current();
   need(object);
-  const auto catalogue = instance->store().catalogue();
-  auto& guide = instance->guide();
-  const auto value = durix::isEvent(*object)
-                         ? durix::eventAttribute(*durix::eventOf(guide, *catalogue, *object), guide.language(), number)
-                         : durix::attributeOf(*catalogue, *object, number);
+  const auto value = valueOf(*instance, *object, number);
   if (!std::holds_alternative<T>(value)) throw Failure(Code::WrongAttribute);
   return std::get<T>(value);
 }
@@ -38,6 +50,14 @@ const durix::StoredService& serviceOf(const durix::Catalogue& catalogue, const d
   const auto* const service = durix::findService(catalogue, *object);
   if (service == nullptr) throw Failure(Code::UnknownObject);
   return *service;
+}
+
+// The service whose feeds are an object's: a programme's are those of its service.
+const durix::StoredService& carrierOf(Instance& instance, const durix::Catalogue& catalogue,
+                                      const durix_esg_object& object) {
+  if (!durix::isEvent(object)) return serviceOf(catalogue, &object);
+  durix::eventOf(instance.guide(), catalogue, object);  // it is there, and its service is
+  return *catalogue.service(object.opaque);
 }
 
 // The multiplex whose guide data a feed is.
@@ -105,10 +125,10 @@ durix_return_code durix_esg_object_feeds_get(const durix_esg_object* object, dur
     need(object, feeds, count);
     const auto catalogue = instance->store().catalogue();
     std::vector<durix_esg_object> objects;
-    if (durix::isEvent(*object)) {  // which has no feeds beside its service's
-      durix::eventOf(instance->guide(), *catalogue, *object);
+    if (durix::recordingOf(*object) && object->kind != static_cast<std::uint32_t>(ObjectKind::Feed)) {
+      objects = recordedFeeds(instance->recordings(), *object);
     } else {
-      const auto& service = serviceOf(*catalogue, object);
+      const auto& service = carrierOf(*instance, *catalogue, *object);
       for (const auto& feed : service.feeds) {
         objects.push_back({static_cast<std::uint32_t>(ObjectKind::Feed), feed.id, service.id});
       }

@@ -1,5 +1,6 @@
 #include "middleware/durix_tools.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -116,6 +117,18 @@ durix_return_code durix_tools_hidden_services(uint32_t* protected_services, uint
   });
 }
 
+uint32_t durix_tools_feeds(uint32_t service, uint32_t type) {
+  std::uint32_t count = 0;
+  guarded([&] {
+    const auto catalogue = Instance::current()->store().catalogue();
+    const auto* const found = catalogue->service(service);
+    if (found == nullptr) return;
+    count = static_cast<std::uint32_t>(
+        std::ranges::count(found->feeds, static_cast<std::int32_t>(type), &durix::Feed::type));
+  });
+  return count;
+}
+
 durix_return_code durix_tools_guide(durix_tools_guide_state* state) {
   return guarded([&] {
     const auto instance = Instance::current();
@@ -172,6 +185,22 @@ durix_return_code durix_tools_receivers(durix_tools_receiver_handler handler, vo
     const durix_tools_receiver receiver{
         durix::nameOf(selected->type), selected->source.c_str(), options.c_str(), settings.tuners, 0, 0};
     handler(&receiver, user);
+  });
+}
+
+durix_return_code durix_tools_uses(uint32_t* receivers, durix_tools_use_handler handler, void* user) {
+  return guarded([&] {
+    const auto instance = Instance::current();
+    need(receivers);
+    if (handler == nullptr) throw durix::Failure(durix::Code::InvalidArgument);
+    *receivers = instance->tuners().count();
+    for (const auto& each : instance->tuners().occupations()) {
+      const durix_tools_use use{.use = static_cast<std::uint32_t>(each.use),
+                                .users = each.users,
+                                .multiplex = each.multiplex ? each.multiplex->id : 0,
+                                .frequency = each.multiplex ? each.multiplex->tuning.frequency : 0};
+      handler(&use, user);
+    }
   });
 }
 

@@ -68,6 +68,14 @@ bool EventQueue::waitForRoom(const std::stop_token& stop) {
   return _changed.wait(lock, stop, [&] { return _events.size() < LONG_QUEUE || _isStopping; }) && !_isStopping;
 }
 
+void EventQueue::waitForHandlersOf(std::initializer_list<std::uint32_t> events) {
+  std::unique_lock lock(_mutex);
+  if (isDispatcher()) return;
+  _changed.wait(lock, [&] {
+    return _running == nullptr || std::find(events.begin(), events.end(), _running->event) == events.end();
+  });
+}
+
 void EventQueue::allow() {
   {
     const std::scoped_lock lock(_mutex);

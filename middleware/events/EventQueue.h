@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <stop_token>
@@ -40,6 +41,9 @@ class EventQueue : public std::enable_shared_from_this<EventQueue> {
 
   /// Waits until the queue is short enough for somebody who produces events by the thousand; false when asked to stop.
   bool waitForRoom(const std::stop_token& stop);
+
+  /// Returns when no handler of one of these events runs; on the dispatcher's thread at once.
+  void waitForHandlersOf(std::initializer_list<std::uint32_t> events);
 
   /// From here on events are delivered, those that waited first.
   void allow();

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "durix/durix.h"
@@ -40,6 +42,12 @@ class EventRecord {
     return *this;
   }
 
+  /// What a pointer in the record points to lives as long as the record does.
+  EventRecord& keep(std::shared_ptr<const void> owner) {
+    _kept = std::move(owner);
+    return *this;
+  }
+
   std::size_t size() const { return _bytes.size(); }
   durix_event_data* data() { return reinterpret_cast<durix_event_data*>(_bytes.data()); }
 
@@ -52,6 +60,7 @@ class EventRecord {
   }
 
   std::vector<std::uint8_t> _bytes;
+  std::shared_ptr<const void> _kept;
 };
 
 }  // namespace durix

@@ -33,6 +33,10 @@ GuideReception::GuideReception(Guide& guide, std::shared_ptr<const Catalogue> ca
   _demux.select(TIME_PID);
 }
 
+bool GuideReception::isWanted(const PacketView& packet) {
+  return packet.pid() == EIT_PID || packet.pid() == TIME_PID;
+}
+
 void GuideReception::takeSection(std::uint16_t pid, const Section& section) {
   if (pid == EIT_PID) {
     _carousel.take(section);

@@ -21,6 +21,9 @@ class GuideReception {
   GuideReception(const GuideReception&) = delete;
   GuideReception& operator=(const GuideReception&) = delete;
 
+  /// Whether the packet has anything for the guide.
+  static bool isWanted(const PacketView& packet);
+
   void feed(const PacketView& packet) { _demux.feed(packet); }
 
   /// The stream is over: what was received of it counts.

@@ -9,14 +9,19 @@
 #include "middleware/api/Guard.h"
 #include "middleware/api/Instance.h"
 #include "middleware/player/Player.h"
-#include "middleware/portability/HandleTable.h"
+#include "middleware/player/Players.h"
+#include "middleware/player/TeletextPlayer.h"
+#include "middleware/player/VideoPlayer.h"
+#include "middleware/recordings/Recordings.h"
 
 using durix::Code;
 using durix::Failure;
 using durix::guarded;
 using durix::Instance;
 using durix::need;
+using durix::OwnedPlayer;
 using durix::Player;
+using durix::players;
 
 namespace {
 
@@ -24,28 +29,38 @@ constexpr std::uint8_t LOUDEST = 100;
 constexpr std::uint32_t FIRST_PAGE = 100;
 constexpr std::uint32_t LAST_PAGE = 899;
 
-// A player lives as long as the instance that it was made with, if nobody destroys it before.
-struct Owned {
-  Owned(const std::shared_ptr<Instance>& owner, const durix_render_data& data) : instance(owner), player(data) {}
-
-  std::weak_ptr<Instance> instance;
-  Player player;
-};
-
-// Never destroyed: a call may come while the process ends.
-durix::HandleTable<durix_player, Owned>& players() {
-  static auto* const table = new durix::HandleTable<durix_player, Owned>;
-  return *table;
+std::shared_ptr<OwnedPlayer> find(const durix_player* handle) {
+  const auto instance = Instance::current();
+  auto owned = players().find(handle);
+  if (owned == nullptr || owned->instance.lock() != instance) throw Failure(Code::UnknownObject);
+  return owned;
 }
 
 template <typename Call>
 durix_return_code withPlayer(const durix_player* handle, Call call) {
   return guarded([&] {
-    const auto instance = Instance::current();
-    const auto owned = players().find(handle);
-    if (owned == nullptr || owned->instance.lock() != instance) throw Failure(Code::UnknownObject);
-    call(owned->player, *instance);
+    const auto owned = find(handle);
+    const auto instance = owned->instance.lock();
+    if (instance == nullptr) throw Failure(Code::NoInstance);
+    call(*owned->player, *instance);
   });
+}
+
+durix::ChosenFeed chosenFeed(Instance& instance, const durix_esg_object& record) {
+  if (const auto recording = durix::recordingOf(record)) {
+    const auto feed = durix::recordedFeed(instance.recordings(), record);
+    if (!feed) throw Failure(Code::UnknownObject);
+    return {record, 0, *recording, *feed};
+  }
+  const auto catalogue = instance.store().catalogue();
+  const auto found = durix::findFeed(*catalogue, record);
+  if (!found || found->feed->type == durix::FEED_GUIDE_DATA) throw Failure(Code::UnknownObject);
+  return {record, found->service->id, 0, *found->feed};
+}
+
+std::shared_ptr<Player> makePlayer(Instance& instance, const durix_render_data& data) {
+  if (data.kind == DURIX_RENDER_PICTURES) return std::make_shared<durix::TeletextPlayer>(instance, data);
+  return std::make_shared<durix::VideoPlayer>(instance, data);
 }
 
 void checkRenderData(const durix_render_data* data) {
@@ -54,6 +69,15 @@ void checkRenderData(const durix_render_data* data) {
 }
 
 }  // namespace
+
+namespace durix {
+
+HandleTable<durix_player, OwnedPlayer>& players() {
+  static auto* const table = new HandleTable<durix_player, OwnedPlayer>;
+  return *table;
+}
+
+}  // namespace durix
 
 extern "C" {
 
@@ -64,72 +88,80 @@ durix_return_code durix_player_init() {
 durix_return_code durix_player_deinit() {
   return guarded([] {
     Instance::current();
-    players().removeAll();
+    for (const auto& owned : players().removeAll()) owned->player->stop();
   });
 }
 
-durix_return_code durix_player_create(durix_player** player, const durix_render_data* render_data, void*) {
+durix_return_code durix_player_create(durix_player** player, const durix_render_data* render_data, void* user) {
   return guarded([&] {
     const auto instance = Instance::current();
     need(player);
     checkRenderData(render_data);
-    *player = players().add(std::make_shared<Owned>(instance, *render_data));
+    const auto made = makePlayer(*instance, *render_data);
+    instance->add(made);
+    *player = players().add(std::make_shared<OwnedPlayer>(OwnedPlayer{instance, render_data->kind, user, made}));
+    made->setHandle(*player);
   });
 }
 
 durix_return_code durix_player_destroy(durix_player* player) {
-  return withPlayer(player, [&](Player&, Instance&) { players().remove(player); });
+  return withPlayer(player, [&](Player& one, Instance&) {
+    players().remove(player);
+    one.stop();
+  });
 }
 
 durix_return_code durix_player_render_data_set(durix_player* player, const durix_render_data* render_data) {
-  return withPlayer(player, [&](Player& one, Instance&) {
+  return guarded([&] {
+    const auto owned = find(player);
     checkRenderData(render_data);
-    one.setRenderData(*render_data);
+    if (render_data->kind != owned->kind) throw Failure(Code::InvalidArgument);
+    owned->player->setRenderData(*render_data);
   });
 }
 
 durix_return_code durix_player_feed_add(durix_player* player, const durix_esg_object* feed) {
   return withPlayer(player, [&](Player& one, Instance& instance) {
     need(feed);
-    const auto catalogue = instance.store().catalogue();
-    const auto found = durix::findFeed(*catalogue, *feed);
-    if (!found || found->feed->type == durix::FEED_GUIDE_DATA) throw Failure(Code::UnknownObject);
-    one.addFeed(*feed);
+    one.addFeed(chosenFeed(instance, *feed));
   });
 }
 
 durix_return_code durix_player_feed_remove(durix_player* player, const durix_esg_object* feed) {
   return withPlayer(player, [&](Player& one, Instance&) {
     need(feed);
-    if (!one.removeFeed(*feed)) throw Failure(Code::UnknownObject);
+    one.removeFeed(feed->id);
   });
 }
 
 durix_return_code durix_player_start(durix_player* player, bool) {
-  return withPlayer(player, [](Player&, Instance&) {
-    throw Failure(Code::NotSupported, "a player is started, but nothing can be played yet");
+  return withPlayer(player, [](Player& one, Instance&) { one.start(); });
+}
+
+durix_return_code durix_player_stop(durix_player* player) {
+  return withPlayer(player, [](Player& one, Instance&) { one.end(); });
+}
+
+durix_return_code durix_player_pause(durix_player* player, bool on) {
+  return withPlayer(player, [&](Player& one, Instance&) { one.pause(on); });
+}
+
+durix_return_code durix_player_seek(durix_player* player, uint32_t position) {
+  return withPlayer(player, [&](Player& one, Instance&) { one.seek(position); });
+}
+
+durix_return_code durix_player_get_position(durix_player* player, uint32_t* position) {
+  return withPlayer(player, [&](Player& one, Instance&) {
+    need(position);
+    *position = one.position();
   });
 }
 
-// Nothing plays: there is nothing to stop, to pause, to seek in or to measure.
-durix_return_code durix_player_stop(durix_player* player) {
-  return withPlayer(player, [](Player&, Instance&) { throw Failure(Code::NotSupported); });
-}
-
-durix_return_code durix_player_pause(durix_player* player, bool) {
-  return durix_player_stop(player);
-}
-
-durix_return_code durix_player_seek(durix_player* player, uint32_t) {
-  return durix_player_stop(player);
-}
-
-durix_return_code durix_player_get_position(durix_player* player, uint32_t*) {
-  return durix_player_stop(player);
-}
-
-durix_return_code durix_player_get_duration(durix_player* player, uint32_t*) {
-  return durix_player_stop(player);
+durix_return_code durix_player_get_duration(durix_player* player, uint32_t* duration) {
+  return withPlayer(player, [&](Player& one, Instance&) {
+    need(duration);
+    *duration = one.duration();
+  });
 }
 
 durix_return_code durix_player_size_set(durix_player* player, uint32_t width, uint32_t height) {
@@ -137,20 +169,20 @@ durix_return_code durix_player_size_set(durix_player* player, uint32_t width, ui
 }
 
 durix_return_code durix_player_volume_set(durix_player* player, uint8_t volume) {
+  return withPlayer(player, [&](Player& one, Instance&) { one.setVolume(std::min(volume, LOUDEST)); });
+}
+
+durix_return_code durix_player_teletext_set_page(durix_player* player, uint32_t page, uint32_t subpage) {
   return withPlayer(player, [&](Player& one, Instance&) {
-    if (volume > LOUDEST) throw Failure(Code::InvalidArgument);
-    one.setVolume(volume);
-  });
-}
-
-durix_return_code durix_player_teletext_set_page(durix_player* player, uint32_t page, uint32_t) {
-  return withPlayer(player, [&](Player&, Instance&) {
     if (page < FIRST_PAGE || page > LAST_PAGE) throw Failure(Code::InvalidArgument);
-    throw Failure(Code::NotSupported);
+    one.setTeletextPage(page, subpage);
   });
 }
 
-durix_return_code durix_player_teletext_change_page(durix_player* player, uint32_t) {
-  return durix_player_stop(player);
+durix_return_code durix_player_teletext_change_page(durix_player* player, uint32_t command) {
+  return withPlayer(player, [&](Player& one, Instance&) {
+    if (command >= DURIX_TELETEXT_COMMANDS) throw Failure(Code::InvalidArgument);
+    one.changeTeletextPage(command);
+  });
 }
 }

@@ -36,6 +36,14 @@ class HandleTable {
     return node ? std::move(node.mapped()) : nullptr;
   }
 
+  /// In the order of their handles.
+  std::vector<std::shared_ptr<Object>> all() const {
+    const std::scoped_lock lock(_mutex);
+    std::vector<std::shared_ptr<Object>> objects;
+    for (const auto& [handle, object] : _objects) objects.push_back(object);
+    return objects;
+  }
+
   /// Every object, none of which is to be found any more.
   std::vector<std::shared_ptr<Object>> removeAll() {
     const std::scoped_lock lock(_mutex);

@@ -41,25 +41,57 @@ bool isChannel(const ScannedService& service) {
 
 }  // namespace
 
-ChannelScan::ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store, TimeShifts& shifts)
-    : _events(events), _receivers(receivers), _store(store), _shifts(shifts) {}
+// The receiver of one scan.
+class ChannelScan::Claim : private PacketTaker {
+ public:
+  Claim(Tuners& tuners, std::stop_source stop)
+      : _stop(std::move(stop)), _share(tuners.reserve(ReceiverUse::Scan, *this)) {
+    if (_share == nullptr) throw Failure(Code::Busy, "a scan is asked for, but every receiver records");
+  }
+
+  std::stop_token stop() const { return _stop.get_token(); }
+
+ private:
+  void take(const PacketView&) override {}
+  void end(End) override { _stop.request_stop(); }
+
+  std::stop_source _stop;
+  std::unique_ptr<TunedShare> _share;  // last: its end is the end of all calls
+};
 
 void ChannelScan::start(std::vector<durix_scan_frequency> frequencies) {
+  ScanReport report;
+  for (const auto& frequency : frequencies) report.frequencies.push_back({.tuning = frequency, .text = {}});
+  const std::stop_source stop = begin();
+  try {
+    auto claim = std::make_unique<Claim>(_parts.tuners, stop);
+    const std::scoped_lock lock(_mutex);
+    if (_isStopped) throw Failure(Code::NoInstance);
+    // A scan that has ended needs nothing more that is guarded here, so that its thread can be joined.
+    _thread = std::jthread(
+        [this, list = std::move(frequencies), claim = std::move(claim)]() mutable { run(std::move(claim), list); });
+    _report = std::move(report);
+  } catch (...) {
+    const std::scoped_lock lock(_mutex);
+    _isRunning = false;
+    throw;
+  }
+}
+
+// From here on it is the one that runs, and can be cancelled.
+std::stop_source ChannelScan::begin() {
   const std::scoped_lock lock(_mutex);
   if (_isStopped) throw Failure(Code::NoInstance);
   if (_isRunning) throw Failure(Code::Busy, "a scan is running");
-  ScanReport report;
-  for (const auto& frequency : frequencies) report.frequencies.push_back({.tuning = frequency, .text = {}});
-  // A scan that has ended needs nothing more that is guarded here, so that its thread can be joined.
-  _thread = std::jthread([this, list = std::move(frequencies)](const std::stop_token& stop) { run(stop, list); });
-  _report = std::move(report);
   _isRunning = true;
+  _stop = std::stop_source();
+  return _stop;
 }
 
 bool ChannelScan::cancel() {
   const std::scoped_lock lock(_mutex);
   if (!_isRunning) return false;
-  _thread.request_stop();
+  _stop.request_stop();
   return true;
 }
 
@@ -78,27 +110,30 @@ void ChannelScan::stop() {
   {
     const std::scoped_lock lock(_mutex);
     _isStopped = true;
+    _stop.request_stop();
     thread = std::move(_thread);
   }
-}  // asks it to stop and joins it
+}  // joins it
 
 bool ChannelScan::isStopped() const {
   const std::scoped_lock lock(_mutex);
   return _isStopped;
 }
 
-void ChannelScan::run(const std::stop_token& stop, const std::vector<durix_scan_frequency>& frequencies) {
+void ChannelScan::run(std::unique_ptr<Claim> claim, const std::vector<durix_scan_frequency>& frequencies) {
+  const std::stop_token stop = claim->stop();
   Progress progress;
   progress.total = frequencies.size();
-  progress.yield.receiver = _receivers.type();
+  progress.yield.receiver = _parts.receivers.type();
   try {
     for (const auto& tuning : frequencies) {
-      if (stop.stop_requested() || !_events.waitForRoom(stop)) break;
+      if (stop.stop_requested() || !_parts.events.waitForRoom(stop)) break;
       scan(stop, tuning, progress);
     }
   } catch (const std::exception& error) {  // no memory, at the worst: what was found until then counts
     logLine(std::string("scan: ") + error.what());
   }
+  claim.reset();
   finish(progress);
 }
 
@@ -119,24 +154,24 @@ void ChannelScan::scan(const std::stop_token& stop, const durix_scan_frequency& 
     const std::scoped_lock lock(_mutex);
     _report.frequencies.at(index) = std::move(outcome);
   }
-  _events.post(discoverProgress(percent, tuning.frequency, isValid, names));
+  _parts.events.post(discoverProgress(percent, tuning.frequency, isValid, names));
   progress.names.insert(progress.names.end(), std::make_move_iterator(names.begin()),
                         std::make_move_iterator(names.end()));
 }
 
 void ChannelScan::receive(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress,
                           FrequencyOutcome& outcome, std::vector<std::string>& names) {
-  ReceptionReport report(_events, tuning);
-  auto source = tuning.frequency > 0 ? _receivers.tune(tuning) : nullptr;
+  ReceptionReport report(_parts.events, tuning);
+  auto source = tuning.frequency > 0 ? _parts.receivers.tune(tuning) : nullptr;
   if (source == nullptr) {
     outcome.result = FrequencyOutcome::Result::NoSignal;
     report.tellNoSignal();
     return;
   }
   see(tuning);
-  if (protocolOf(_receivers.type()) != Protocol::Dvb) {  // other standards have tables and texts of their own
+  if (protocolOf(_parts.receivers.type()) != Protocol::Dvb) {  // other standards have tables and texts of their own
     outcome.result = FrequencyOutcome::Result::NoTables;
-    outcome.text = std::string("the tables of ") + nameOf(_receivers.type()) + " are not read yet";
+    outcome.text = std::string("the tables of ") + nameOf(_parts.receivers.type()) + " are not read yet";
     return;
   }
   PacketReader reader(std::make_unique<BoundedSource>(std::move(source), BOUNDS, stop));
@@ -166,7 +201,7 @@ void ChannelScan::receive(const std::stop_token& stop, const durix_scan_frequenc
 // stored.
 void ChannelScan::see(const durix_scan_frequency& tuning) {
   try {
-    if (const auto file = _receivers.shiftedFile(tuning)) _shifts.see(*file);
+    if (const auto file = _parts.receivers.shiftedFile(tuning)) _parts.shifts.see(*file);
   } catch (const Failure& failure) {
     logLine(std::string("scan: ") + failure.what());
   }
@@ -179,7 +214,7 @@ void ChannelScan::finish(Progress& progress) {
   if (isStopped()) return;
   try {
     finished = discoverFinished(progress.names);
-    change = _store.takeScan(progress.yield);
+    change = _parts.store.takeScan(progress.yield);
   } catch (const std::exception& failure) {
     error = failure.what();
     logLine("scan: the services found could not be stored: " + error);
@@ -190,9 +225,9 @@ void ChannelScan::finish(Progress& progress) {
   _report.isFinished = true;
   _report.error = std::move(error);
   _isRunning = false;
-  if (change.isNewProvider) _events.post(EventRecord(DURIX_EVENT_PROVIDERS_CHANGED));
-  if (change.isNewList) _events.post(EventRecord(DURIX_EVENT_SERVICES_CHANGED));
-  _events.post(std::move(finished));
+  if (change.isNewProvider) _parts.events.post(EventRecord(DURIX_EVENT_PROVIDERS_CHANGED));
+  if (change.isNewList) _parts.events.post(EventRecord(DURIX_EVENT_SERVICES_CHANGED));
+  _parts.events.post(std::move(finished));
 }
 
 }  // namespace durix

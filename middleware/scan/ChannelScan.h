@@ -1,11 +1,14 @@
 #pragma once
 
+#include <memory>
 #include <mutex>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
 #include "middleware/events/EventQueue.h"
 #include "middleware/receivers/ReceiverPool.h"
+#include "middleware/reception/Tuners.h"
 #include "middleware/scan/ScanReport.h"
 #include "middleware/store/Store.h"
 #include "middleware/store/TimeShifts.h"
@@ -15,15 +18,23 @@ namespace durix {
 /// The channel scan of an instance: goes through a list of frequencies on a thread of its own, tells of each, stores
 /// what it found at the end in one piece, and always ends with the finished event.
 /// Each frequency is read as fast as its receiver gives it, until its tables are complete or a bound is reached, so
-/// that a scan ends whatever the streams are; memory holds tables, never the stream. Any thread.
+/// that a scan ends whatever the streams are; memory holds tables, never the stream. A scan has a receiver of its own
+/// and is cancelled when that is needed for a recording. Any thread.
 class ChannelScan {
  public:
   /// All outlive this.
-  ChannelScan(EventQueue& events, const ReceiverPool& receivers, Store& store, TimeShifts& shifts);
+  struct Parts {
+    EventQueue& events;
+    const ReceiverPool& receivers;
+    Tuners& tuners;
+    Store& store;
+    TimeShifts& shifts;
+  };
+  explicit ChannelScan(Parts parts) : _parts(parts) {}
   ChannelScan(const ChannelScan&) = delete;
   ChannelScan& operator=(const ChannelScan&) = delete;
 
-  /// Begins and returns at once. Throws Failure: Busy while a scan runs.
+  /// Begins and returns at once. Throws Failure: Busy while a scan runs or there is no receiver to be had.
   void start(std::vector<durix_scan_frequency> frequencies);
 
   /// The scan ends before the next piece of its stream; false when none runs.
@@ -38,6 +49,8 @@ class ChannelScan {
   void stop();
 
  private:
+  class Claim;
+
   /// One scan on its way, its thread's own.
   struct Progress {
     std::size_t total = 0;
@@ -46,7 +59,8 @@ class ChannelScan {
     std::vector<std::string> names;  // of all television and radio services
   };
 
-  void run(const std::stop_token& stop, const std::vector<durix_scan_frequency>& frequencies);
+  std::stop_source begin();
+  void run(std::unique_ptr<Claim> claim, const std::vector<durix_scan_frequency>& frequencies);
   void scan(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress);
   void receive(const std::stop_token& stop, const durix_scan_frequency& tuning, Progress& progress,
                FrequencyOutcome& outcome, std::vector<std::string>& names);
@@ -54,15 +68,13 @@ class ChannelScan {
   void finish(Progress& progress);
   bool isStopped() const;
 
-  EventQueue& _events;
-  const ReceiverPool& _receivers;
-  Store& _store;
-  TimeShifts& _shifts;
+  const Parts _parts;
 
   // guarded by _mutex, under which events are posted and nothing else is taken
   mutable std::mutex _mutex;
   bool _isRunning = false;
   bool _isStopped = false;
+  std::stop_source _stop;  // of the scan that runs
   ScanReport _report;
   std::jthread _thread;
 };

@@ -109,19 +109,23 @@ Program readPmt(const Section& section, std::uint16_t pid) {
   program.pcrPid = static_cast<std::uint16_t>((rest[0] & 0x1F) << 8 | rest[1]);
   std::size_t length = (rest[2] & 0x0FU) << 8 | rest[3];
   rest = rest.subspan(TABLE_HEADER_SIZE);
-  for (const auto& descriptor : readDescriptors(rest.first(std::min(length, rest.size())))) {
+  const auto common = rest.first(std::min(length, rest.size()));
+  program.descriptors.assign(common.begin(), common.end());
+  for (const auto& descriptor : readDescriptors(common)) {
     if (descriptor.tag == CA_DESCRIPTOR) readCa(descriptor, program.caSystems);
   }
-  rest = rest.subspan(std::min(length, rest.size()));
+  rest = rest.subspan(common.size());
   while (rest.size() >= ENTRY_HEADER_SIZE) {
     Component component{.pid = static_cast<std::uint16_t>((rest[1] & 0x1F) << 8 | rest[2]), .streamType = rest[0]};
     length = (rest[3] & 0x0FU) << 8 | rest[4];
     rest = rest.subspan(ENTRY_HEADER_SIZE);
-    const auto descriptors = readDescriptors(rest.first(std::min(length, rest.size())));
+    const auto loop = rest.first(std::min(length, rest.size()));
+    component.descriptors.assign(loop.begin(), loop.end());
+    const auto descriptors = readDescriptors(loop);
     for (const auto& descriptor : descriptors) readDescriptor(descriptor, component);
     component.kind = kindOfStream(component.streamType, descriptors);
     program.components.push_back(std::move(component));
-    rest = rest.subspan(std::min(length, rest.size()));
+    rest = rest.subspan(loop.size());
   }
   return program;
 }

@@ -77,6 +77,7 @@ struct Component {
   std::optional<SupplementaryAudio> supplementaryAudio{};
   std::optional<std::uint8_t> audioComponentType{};  // of the AC-3 or enhanced AC-3 descriptor (EN 300 468, annex D)
   std::vector<CaSystem> caSystems{};
+  std::vector<std::uint8_t> descriptors{};  // as sent
 };
 
 /// The languages of a component by its language, teletext and subtitling descriptors, each once, in that order. The
@@ -91,6 +92,7 @@ struct Program {
   std::uint16_t pcrPid = 0x1FFF;  // this PID: none
   std::vector<CaSystem> caSystems{};
   std::vector<Component> components{};
+  std::vector<std::uint8_t> descriptors{};  // of the programme as a whole, as sent
 };
 
 }  // namespace durix

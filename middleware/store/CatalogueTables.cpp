@@ -81,25 +81,45 @@ void readServices(Database& database, Catalogue& catalogue) {
   }
 }
 
+constexpr std::string_view FEED_COLUMNS = "id, service, type, content_type, pid, stream_type, tag, page, language";
+
+Feed feedIn(const Statement& row) {
+  Feed feed;
+  feed.id = identifier(row.integer(0));
+  feed.type = row.number<std::int32_t>(2);
+  feed.contentType = row.number<std::int32_t>(3);
+  feed.pid = row.number<std::uint16_t>(4);
+  feed.streamType = row.number<std::uint8_t>(5);
+  feed.tag = row.number<std::int32_t>(6);
+  feed.page = row.number<std::uint16_t>(7);
+  feed.language = row.text(8);
+  return feed;
+}
+
 void readFeeds(Database& database, Catalogue& catalogue) {
   Statement rows(database,
-                 "SELECT id, service, type, content_type, pid, stream_type, tag, page, language FROM feed "
-                 "ORDER BY service, position");
+                 "SELECT " + std::string(FEED_COLUMNS) + " FROM feed WHERE position >= 0 ORDER BY service, position");
   while (rows.step()) {
     const auto owner = catalogue.services.find(identifier(rows.integer(1)));
     if (owner == catalogue.services.end()) continue;
-    Feed feed;
-    feed.id = identifier(rows.integer(0));
-    feed.type = rows.number<std::int32_t>(2);
-    feed.contentType = rows.number<std::int32_t>(3);
-    feed.pid = rows.number<std::uint16_t>(4);
-    feed.streamType = rows.number<std::uint8_t>(5);
-    feed.tag = rows.number<std::int32_t>(6);
-    feed.page = rows.number<std::uint16_t>(7);
-    feed.language = rows.text(8);
+    Feed feed = feedIn(rows);
     catalogue.serviceOfFeed.emplace(feed.id, owner->first);
     owner->second.feeds.push_back(std::move(feed));
   }
+}
+
+// All that a service has and has had, those that it has first.
+std::vector<Feed> everyFeed(Database& database, std::uint32_t service) {
+  Statement rows(database, "SELECT " + std::string(FEED_COLUMNS) +
+                               " FROM feed WHERE service = ? ORDER BY position < 0, position, id DESC");
+  rows.bind(service);
+  std::vector<Feed> feeds;
+  while (rows.step()) feeds.push_back(feedIn(rows));
+  return feeds;
+}
+
+auto contentOf(const Feed& feed) {
+  return std::tie(feed.type, feed.contentType, feed.pid, feed.streamType, feed.tag, feed.page, feed.language);
 }
 
 // Whether the name is the one that stands for a missing one.
@@ -200,35 +220,11 @@ class ScanWriter {
     writeFeeds(id, service);
   }
 
-  // Feeds that stay keep their identifiers. Components that the scan did not see have not gone: they are kept as well.
-  void writeFeeds(std::uint32_t serviceId, const ScannedService& scanned) {
-    const auto* const known = _known.service(serviceId);
+  // Components that the scan did not see have not gone: they are kept as well.
+  void writeFeeds(std::uint32_t id, const ScannedService& scanned) {
+    const auto* const known = _known.service(id);
     if (known != nullptr && !known->feeds.empty() && !scanned.hasProgram) return;
-    std::vector<Feed> old = known != nullptr ? known->feeds : std::vector<Feed>();
-    const auto key = [](const Feed& feed) {
-      return std::tie(feed.type, feed.contentType, feed.pid, feed.streamType, feed.tag, feed.page, feed.language);
-    };
-    std::int64_t position = 0;
-    for (const Feed& feed : feedsOf(scanned)) {
-      const auto same =
-          std::find_if(old.begin(), old.end(), [&](const Feed& candidate) { return key(candidate) == key(feed); });
-      if (same != old.end()) {
-        Statement(_database, "UPDATE feed SET position = ? WHERE id = ?").bind(position).bind(same->id).run();
-        old.erase(same);
-      } else {
-        insertFeed(serviceId, position, feed);
-      }
-      ++position;
-    }
-    for (const Feed& feed : old) Statement(_database, "DELETE FROM feed WHERE id = ?").bind(feed.id).run();
-  }
-
-  void insertFeed(std::uint32_t serviceId, std::int64_t position, const Feed& feed) {
-    Statement row(_database,
-                  "INSERT INTO feed(service, position, type, content_type, pid, stream_type, tag, page, language) "
-                  "VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    row.bind(serviceId).bind(position).bind(feed.type).bind(feed.contentType).bind(feed.pid).bind(feed.streamType);
-    row.bind(feed.tag).bind(feed.page).bind(feed.language).run();
+    durix::writeFeeds(_database, id, feedsOf(scanned.components));
   }
 
   Database& _database;
@@ -248,6 +244,40 @@ std::shared_ptr<const Catalogue> readCatalogue(Database& database) {
   readServices(database, *catalogue);
   readFeeds(database, *catalogue);
   return catalogue;
+}
+
+bool areSame(std::span<const Feed> some, std::span<const Feed> others) {
+  return std::ranges::equal(some, others, [](const Feed& a, const Feed& b) { return contentOf(a) == contentOf(b); });
+}
+
+// Feeds that stay keep their identifiers, and those that come back have their old ones: the position of what is gone is
+// below zero.
+void writeFeeds(Database& database, std::uint32_t service, std::span<const Feed> feeds) {
+  constexpr int MOST_GONE = 100;
+  auto old = everyFeed(database, service);
+  Statement(database, "UPDATE feed SET position = -1 WHERE service = ?").bind(service).run();
+  Statement addition(database,
+                     "INSERT INTO feed(service, position, type, content_type, pid, stream_type, tag, page, language) "
+                     "VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)");
+  std::int64_t position = 0;
+  for (const Feed& feed : feeds) {
+    const auto same = std::find_if(old.begin(), old.end(),
+                                   [&](const Feed& candidate) { return contentOf(candidate) == contentOf(feed); });
+    if (same != old.end()) {
+      Statement(database, "UPDATE feed SET position = ? WHERE id = ?").bind(position).bind(same->id).run();
+      old.erase(same);
+    } else {
+      addition.bind(service).bind(position).bind(feed.type).bind(feed.contentType).bind(feed.pid);
+      addition.bind(feed.streamType).bind(feed.tag).bind(feed.page).bind(feed.language).run();
+    }
+    ++position;
+  }
+  Statement(database,
+            "DELETE FROM feed WHERE id IN (SELECT id FROM feed WHERE service = ? AND position < 0 "
+            "ORDER BY id DESC LIMIT -1 OFFSET ?)")
+      .bind(service)
+      .bind(MOST_GONE)
+      .run();
 }
 
 void writeScan(Database& database, const Catalogue& known, const ScanYield& yield) {

@@ -50,16 +50,16 @@ void addSubtitles(std::vector<Feed>& feeds, const Component& component) {
 
 }  // namespace
 
-std::vector<Feed> feedsOf(const ScannedService& service) {
+std::vector<Feed> feedsOf(std::span<const Component> components) {
   std::vector<Feed> feeds(1);  // the guide data
-  for (const auto& component : service.components) {
+  for (const auto& component : components) {
     if (isVideo(component.kind)) feeds.push_back(componentFeed(component, DURIX_FEED_VIDEO, {}));
   }
-  for (const auto& component : service.components) {
+  for (const auto& component : components) {
     if (isAudio(component.kind)) addAudio(feeds, component);
   }
-  for (const auto& component : service.components) addSubtitles(feeds, component);
-  for (const auto& component : service.components) {
+  for (const auto& component : components) addSubtitles(feeds, component);
+  for (const auto& component : components) {
     if (component.kind == StreamKind::Teletext) {
       feeds.push_back(componentFeed(component, DURIX_FEED_TELETEXT, mainLanguage(component)));
     }

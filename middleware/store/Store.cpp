@@ -12,6 +12,8 @@
 #include "middleware/api/Failure.h"
 #include "middleware/store/CatalogueTables.h"
 #include "middleware/store/EventTables.h"
+#include "middleware/store/Feeds.h"
+#include "middleware/store/RecordingTables.h"
 #include "middleware/store/TimeShifts.h"
 
 namespace durix {
@@ -28,7 +30,7 @@ CREATE TABLE selection(one INTEGER PRIMARY KEY CHECK(one = 1), receiver INTEGER 
 // The tables, version by version: a database of version N has the first N entries. What has been in use never changes;
 // more tables and changed ones are a new entry at the end.
 const std::array SCHEMA{std::string(SETTINGS_SCHEMA) + CATALOGUE_SCHEMA, std::string(TIME_SHIFT_SCHEMA),
-                        std::string(EVENT_SCHEMA)};
+                        std::string(EVENT_SCHEMA), std::string(RECORDING_SCHEMA)};
 constexpr auto SCHEMA_VERSION = static_cast<std::int64_t>(std::tuple_size_v<decltype(SCHEMA)>);
 
 // Brings the tables from a version to the newest, within the caller's transaction.
@@ -186,6 +188,25 @@ Store::Change Store::takeScan(const ScanYield& yield) {
   const std::scoped_lock catalogueLock(_catalogueMutex);
   _catalogue = std::move(after);
   return {isNewProvider, hasChanged};
+}
+
+bool Store::takeProgram(std::uint32_t service, const Program& program) {
+  const auto feeds = feedsOf(program.components);
+  const auto isKnown = [&](const Catalogue& catalogue) {
+    const auto* const known = catalogue.service(service);
+    return known == nullptr || areSame(known->feeds, feeds);
+  };
+  if (isKnown(*catalogue())) return false;
+  const std::scoped_lock lock(_mutex);
+  const auto before = catalogue();
+  if (isKnown(*before)) return false;
+  Transaction transaction(database());
+  writeFeeds(database(), service, feeds);
+  transaction.commit();
+  auto after = readCatalogue(database());
+  const std::scoped_lock catalogueLock(_catalogueMutex);
+  _catalogue = std::move(after);
+  return true;
 }
 
 void Store::close() {

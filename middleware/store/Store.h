@@ -48,6 +48,9 @@ class Store {
   };
   Change takeScan(const ScanYield& yield);
 
+  /// What a service consists of, as it is received; whether that changed its feeds.
+  bool takeProgram(std::uint32_t service, const Program& program);
+
   /// For classes with tables of their own: runs `work` on the database, which nobody else uses meanwhile, and returns
   /// what it returns. Nothing of the store is called from inside.
   template <typename Work>

@@ -3,24 +3,24 @@
 namespace durix {
 
 namespace {
+constexpr std::uint64_t SECOND = 27'000'000;
 constexpr std::uint64_t WRAP = (std::uint64_t{1} << 33) * 300;
-constexpr std::uint64_t LONGEST_STEP = std::uint64_t{2} * 27'000'000;  // references come ten times a second
-constexpr std::uint32_t LONGEST_SILENCE = 20'000;                      // packets, about a second of a full multiplex
+constexpr std::uint64_t LONGEST_STEP = 2 * SECOND;     // references come ten times a second
+constexpr std::uint64_t LONGEST_SILENCE = SECOND / 4;  // by another clock
 }  // namespace
 
 void StreamClock::feed(const PacketView& packet) {
-  ++_silence;
   const auto pcr = packet.pcr();
   if (!pcr) return;
-  if (packet.pid() != _pid) {
-    if (_pid != NULL_PID && _silence < LONGEST_SILENCE) return;
-    _pid = packet.pid();
-  } else {
-    const std::uint64_t step = (*pcr + WRAP - _last) % WRAP;
-    if (step < LONGEST_STEP && !packet.isDiscontinuity()) _ticks += step;
-  }
-  _last = *pcr;
-  _silence = 0;
+  const auto [known, isNew] = _clocks.try_emplace(packet.pid());
+  Clock& clock = known->second;
+  const std::uint64_t step = (*pcr + WRAP - clock.last) % WRAP;
+  if (!isNew && step < LONGEST_STEP && !packet.isDiscontinuity()) clock.ahead += step;
+  clock.last = *pcr;
+  if (_pid == NULL_PID || clock.ahead >= LONGEST_SILENCE) _pid = packet.pid();
+  if (packet.pid() != _pid) return;
+  _ticks += clock.ahead;
+  for (auto& [pid, other] : _clocks) other.ahead = 0;
 }
 
 }  // namespace durix

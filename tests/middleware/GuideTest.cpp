@@ -121,7 +121,9 @@ TEST_F(GuideTest, TellsOfAProgrammeWhatTheContractAsksFor) {
   EXPECT_EQ(_tv.text(list[0], DURIX_ATTRIBUTE_END_TIME_STR), "2020-09-13T21:00:00");
   EXPECT_EQ(_tv.number(list[0], DURIX_ATTRIBUTE_START_TIME), EVENING);
   EXPECT_EQ(_tv.number(list[0], DURIX_ATTRIBUTE_END_TIME), EVENING + HOUR);
-  EXPECT_TRUE(_tv.feeds(list[0]).empty());
+  const auto feeds = _tv.feeds(list[0]);
+  ASSERT_EQ(feeds.size(), _tv.feeds(serviceNamed("One")).size()) << "those of its service";
+  EXPECT_EQ(feeds.at(1).id, _tv.feeds(serviceNamed("One")).at(1).id);
   EXPECT_EQ(_tv.text(list[1], DURIX_ATTRIBUTE_PARENTAL_RATING), "0");
   EXPECT_EQ(_tv.text(list[1], DURIX_ATTRIBUTE_GENRE), "");
   ASSERT_EQ(durix_property_set(_tv.handle(), DURIX_PROPERTY_ESG_LANGUAGE, "deu"), DURIX_OK);

@@ -113,6 +113,12 @@ TEST(StreamClock, CountsBroadcastTimeOnly) {
       {"a jump ahead", {{1, 0}, {1, SECOND * 900}, {1, SECOND * 901}}, 1000},
       {"a jump back", {{1, SECOND * 900}, {1, SECOND}, {1, SECOND * 2}}, 1000},
       {"another programme's clock", {{1, 0}, {2, SECOND / 2}, {1, SECOND}}, 1000},
+      {"the clock goes on under another PID, where its first reference is the beginning",
+       {{1, 0}, {1, SECOND}, {2, SECOND}, {2, SECOND * 11 / 10}, {2, SECOND * 14 / 10}, {2, SECOND * 2}},
+       2000},
+      {"it ends beside another's: right but for one interval of references",
+       {{1, 0}, {2, 0}, {1, SECOND / 10}, {2, SECOND / 10}, {2, SECOND / 5}, {2, SECOND * 3 / 10}, {2, SECOND * 2}},
+       2100},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.reason);
