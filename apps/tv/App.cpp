@@ -98,7 +98,7 @@ int runAsOwner(CommandLine& line, const std::string& data, const std::string& di
   const OwnerSocket socket(data, interrupt, [&](const Request& request, Output& to, const Interrupt& end) {
     return carryOut(session, request, to, end);
   });
-  Context context{session, output, interrupt, directory};
+  Context context{session, output, interrupt, directory, !output.json() && output.style().terminal};
   return guarded(output, [&] { return line.action(context); });
 }
 

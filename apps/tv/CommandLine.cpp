@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
 #include <map>
@@ -90,12 +91,12 @@ CommandLine readCommandLine(std::vector<std::string> arguments) {
   CommandLine line;
   Words words;
   CLI::App app("The command-line television: scans transport streams, shows channels and guide.", "tv");
-  app.require_subcommand(1);
   app.fallthrough();
   addGlobalOptions(app, line.globals, words);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.footer("\"tv --help\" shows the options that all commands take.");  // of each command
-  addCommands(app, line.action);
+  Syntax syntax(app);
+  addCommands(syntax, line.action);
   for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
   app.footer("\"tv COMMAND --help\" tells more of a command.");
   std::ranges::reverse(arguments);  // as CLI11 takes them

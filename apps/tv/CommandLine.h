@@ -1,6 +1,5 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,7 +17,8 @@ struct Context {
   Session& session;
   Output& output;
   const Interrupt& interrupt;
-  const std::string& directory;  // where the caller is, who may be another process
+  const std::string& directory;     // where the caller is, who may be another process
+  const bool isAtTerminal = false;  // the terminal of this process is the caller's
 };
 
 /// Does a command and gives its exit status; it may throw Failure.

@@ -7,6 +7,7 @@
 #include <initializer_list>
 
 #include "Failure.h"
+#include "Keys.h"
 
 namespace tv {
 namespace {
@@ -38,6 +39,12 @@ bool Interrupt::raised() const {
   if (_parent != nullptr && _parent->raised()) return true;
   const std::lock_guard lock(_mutex);
   return _raised;
+}
+
+bool Interrupt::raisedByParent() const {
+  if (_parent == nullptr || !_parent->raised()) return false;
+  const std::lock_guard lock(_mutex);
+  return !_raised;
 }
 
 void Interrupt::check() const {
@@ -79,6 +86,7 @@ void SignalWatch::run() {
     if (steady_clock::now() > deadline) {
       static constexpr char TEXT[] = "tv: the plugin does not end; leaving\n";
       [[maybe_unused]] const auto written = write(STDERR_FILENO, TEXT, sizeof TEXT - 1);
+      Keys::restoreTerminal();
       _exit(EXIT_INTERRUPTED);
     }
   }

@@ -17,6 +17,8 @@ class Interrupt {
 
   void raise();
   bool raised() const;
+  /// Whoever carries a command out for another process ends; the other one does not.
+  bool raisedByParent() const;
   /// Throws Interrupted when it has been raised.
   void check() const;
   /// Waits for that long, or until raised; true when it was.

@@ -64,7 +64,7 @@ std::string valueFault(const Option& option, const std::string& value) {
   }
   if (type != OPTION_INTEGER) return "";
   const std::optional<int> number = wholeNumber(value);
-  if (!number) return "\"" + value + "\" is not a whole number";
+  if (!number) return "\"" + value + "\" is not a whole number, or too large";
   return *number >= 0 ? "" : "it takes no negative number";
 }
 

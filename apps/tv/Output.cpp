@@ -100,6 +100,14 @@ void Output::progress(unsigned percent, const std::string& text) {
   _barShown = true;
 }
 
+void Output::status(const std::string& text) {
+  if (_style.json || _style.quiet || !_style.terminal || text == _lastStep) return;
+  _lastStep = text;
+  const std::string shown = printable(text);
+  _out << "\r\033[K" << (_style.width > 1 ? cutToWidth(shown, _style.width - 1) : shown) << std::flush;
+  _barShown = true;
+}
+
 void Output::endProgress() {
   clearBar();
   _lastStep.clear();

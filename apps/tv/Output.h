@@ -45,6 +45,8 @@ class Output {
   /// How far the work is (0 to 100) and what is being done. Ends with `endProgress`.
   void progress(unsigned percent, const std::string& text);
   void endProgress();
+  /// What is now, in one line that the next one replaces; on a terminal only. Ends with `endProgress` too.
+  void status(const std::string& text);
 
  private:
   void clearBar();

@@ -62,6 +62,7 @@ Session::Session(Setup setup)
   try {
     start();
   } catch (...) {
+    _midnights.reset();
     _watch.reset();
     _plugin->close();
     throw;
@@ -69,6 +70,7 @@ Session::Session(Setup setup)
 }
 
 Session::~Session() {
+  _midnights.reset();
   _watch.reset();
   _plugin->close();
 }
@@ -83,7 +85,10 @@ void Session::start() {
     throw Failure("the middleware does not start" + (reason.empty() ? "" : ": " + reason) + "; \"" + _setup.data +
                   "/tv.log\" tells more");
   }
-  if (Recorder* recorder = _plugin->getRecorder()) recorder->init();
+  if (Recorder* recorder = _plugin->getRecorder()) {
+    recorder->init();
+    _midnights = std::make_unique<host::DailyRefresh>([recorder] { recorder->refresh(); });
+  }
   applyKeptOptions();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
@@ -12,6 +13,7 @@
 #include "PluginWatch.h"
 #include "ReceiverChoice.h"
 #include "SideDoor.h"
+#include "host/DailyRefresh.h"
 
 namespace tv {
 
@@ -40,6 +42,23 @@ class Session {
   BroadcastPlugin& plugin() { return *_plugin; }
   const PluginLibrary& library() const { return _library; }
   const SideDoor& sideDoor() const { return _sideDoor; }
+
+  /// Whether a command is going on that keeps this process alive until it is told to end.
+  bool isResident() const { return _residents > 0; }
+  class Residence {
+   public:
+    explicit Residence(Session& session) : _session(session) { ++_session._residents; }
+    Residence(const Residence&) = delete;
+    Residence& operator=(const Residence&) = delete;
+    ~Residence() { --_session._residents; }
+
+   private:
+    Session& _session;
+  };
+
+  /// The time shift that a command runs, for others to watch; null without. What has ended stays readable.
+  Recording* timeShift() const { return _timeShift; }
+  void setTimeShift(Recording* recording) { _timeShift = recording; }
 
   std::optional<ReceiverStatistics> statistics() const { return _watch->statistics(); }
   /// What one step of a scan frequency is, in Hz: satellite frequencies are kHz.
@@ -71,6 +90,9 @@ class Session {
   BroadcastPlugin* const _plugin;  // deletes itself when it is closed
   std::unique_ptr<PluginWatch> _watch;
   std::shared_timed_mutex _services;
+  std::atomic<int> _residents = 0;
+  std::atomic<Recording*> _timeShift = nullptr;    // the plugin's
+  std::unique_ptr<host::DailyRefresh> _midnights;  // of the recorder
 };
 
 }  // namespace tv

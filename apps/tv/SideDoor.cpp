@@ -1,5 +1,6 @@
 #include "SideDoor.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -9,6 +10,7 @@ namespace tv {
 namespace {
 
 constexpr std::size_t LONGEST_TEXT = 1024;
+constexpr std::uint32_t MOST_TIMERS = 64;
 
 /// Calls an operation that fills a text.
 template <typename Call>
@@ -72,6 +74,11 @@ SideDoor::SideDoor(const PluginLibrary& library) {
   _hidden = library.find<durix_return_code(std::uint32_t*, std::uint32_t*)>("durix_tools_hidden_services");
   _guide = library.find<durix_return_code(durix_tools_guide_state*)>("durix_tools_guide");
   _guideHas = library.find<std::uint8_t(std::uint32_t, std::uint32_t)>("durix_tools_guide_has");
+  _recording = library.find<durix_return_code(std::uint32_t, durix_tools_recording_handler, void*)>(
+      "durix_tools_recording_look");
+  _conflicts = library.find<durix_return_code(std::uint32_t, std::int64_t, std::int64_t, std::uint32_t, std::uint32_t*,
+                                              std::uint32_t*, std::uint32_t, std::uint32_t*)>("durix_tools_conflicts");
+  _feeds = library.find<std::uint32_t(std::uint32_t, std::uint32_t)>("durix_tools_feeds");
 }
 
 std::optional<std::string> SideDoor::startFailure() const {
@@ -108,6 +115,34 @@ std::optional<SideDoor::Guide> SideDoor::guide() const {
   durix_tools_guide_state state{};
   if (_guide == nullptr || _guide(&state) != DURIX_OK) return std::nullopt;
   return Guide{state.open > 0, state.gone_round != 0, state.multiplexes, state.received, state.unread};
+}
+
+std::optional<bool> SideDoor::hasTeletext(unsigned service) const {
+  if (_feeds == nullptr) return std::nullopt;
+  return _feeds(service, DURIX_FEED_TELETEXT) > 0;
+}
+
+std::optional<SideDoor::RecordingState> SideDoor::recording(unsigned id) const {
+  std::optional<RecordingState> state;
+  const auto take = [](const durix_tools_recording* look, void* user) noexcept {
+    *static_cast<std::optional<RecordingState>*>(user) = {orEmpty(look->file), look->bytes,        look->seconds,
+                                                          look->errors,        look->growing != 0, look->present != 0};
+  };
+  if (_recording != nullptr) _recording(id, take, &state);
+  return state;
+}
+
+std::optional<SideDoor::Conflict> SideDoor::conflict(unsigned service, std::int64_t start, std::int64_t end,
+                                                     unsigned exceptTimer) const {
+  Conflict conflict;
+  std::uint32_t count = 0;
+  conflict.timers.resize(MOST_TIMERS);
+  if (_conflicts == nullptr || _conflicts(service, start, end, exceptTimer, &conflict.receivers, conflict.timers.data(),
+                                          MOST_TIMERS, &count) != DURIX_OK) {
+    return std::nullopt;
+  }
+  conflict.timers.resize(std::min(count, MOST_TIMERS));
+  return conflict;
 }
 
 bool SideDoor::isCurrent(unsigned service, unsigned programme) const {

@@ -51,6 +51,9 @@ class SideDoor {
   };
   std::optional<Hidden> hidden() const;
 
+  /// Whether a channel has teletext.
+  std::optional<bool> hasTeletext(unsigned service) const;
+
   /// How far the collecting of the guide is.
   struct Guide {
     bool isOpen = false;     // somebody wants it
@@ -60,6 +63,24 @@ class SideDoor {
     unsigned unread = 0;    // channels whose news the plugin has not taken yet
   };
   std::optional<Guide> guide() const;
+
+  /// What there is of a recording.
+  struct RecordingState {
+    std::string file;
+    std::uint64_t bytes = 0;
+    unsigned seconds = 0;
+    std::uint64_t errors = 0;  // how often packets were damaged or lost on their way
+    bool isGrowing = false;
+    bool isThere = false;  // else its directory may be away
+  };
+  std::optional<RecordingState> recording(unsigned id) const;
+
+  /// What stands in the way of recording a channel for a time (seconds since the epoch); one timer is not looked at.
+  struct Conflict {
+    unsigned receivers = 0;
+    std::vector<unsigned> timers;
+  };
+  std::optional<Conflict> conflict(unsigned service, std::int64_t start, std::int64_t end, unsigned exceptTimer) const;
 
   /// Whether a programme is still what is broadcast: the plugin keeps those that have moved or changed. True with
   /// another middleware.
@@ -71,8 +92,12 @@ class SideDoor {
   durix_return_code (*_receivers)(durix_tools_receiver_handler, void*) = nullptr;
   std::uint32_t (*_deviceText)(const durix_device*, char*, std::uint32_t) = nullptr;
   durix_return_code (*_hidden)(std::uint32_t*, std::uint32_t*) = nullptr;
+  std::uint32_t (*_feeds)(std::uint32_t, std::uint32_t) = nullptr;
   durix_return_code (*_guide)(durix_tools_guide_state*) = nullptr;
   std::uint8_t (*_guideHas)(std::uint32_t, std::uint32_t) = nullptr;
+  durix_return_code (*_recording)(std::uint32_t, durix_tools_recording_handler, void*) = nullptr;
+  durix_return_code (*_conflicts)(std::uint32_t, std::int64_t, std::int64_t, std::uint32_t, std::uint32_t*,
+                                  std::uint32_t*, std::uint32_t, std::uint32_t*) = nullptr;
 };
 
 }  // namespace tv

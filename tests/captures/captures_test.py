@@ -10,42 +10,25 @@ its times, texts and rating. Every capture, broken ones too, must end with statu
 Status 77, "skipped", when there are no captures.
 """
 import json
-import os
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
 
-FREQUENCY = 474000000
-LIMIT = 120  # seconds that a command may take
+from broadcasts import Television, folder_of, skipped
+
 TELEVISION = {0x01, 0x11, 0x16, 0x19, 0x1F, 0x20}
 RADIO = {0x02, 0x0A}
 VIDEO = ("mpeg2-video", "mpeg1-video", "h264", "hevc")
 SOUND = ("mpeg1-audio", "mpeg2-audio", "aac", "ac3", "eac3")
-SKIPPED = 77
 
-LOCATION = """<?xml version="1.0" encoding="UTF-8"?>
-<locations><location><name>Full Scan</name><icon>x</icon><type>{type}</type><frequencies>
-<single frequency="{frequency}" bandwidth="8000000"/></frequencies></location></locations>
-"""
-TYPE_TEXTS = {"dvb-t": "DVB-T", "dvb-s": "DVB-S", "atsc": "ATSC", "isdb-t": "ISDBT"}
 # What a television shows of a name: no controls of either range, no marks for a short form.
 MARKS = str.maketrans({**{code: " " for code in [*range(0x20), *range(0x7F, 0xA0)]}, 0xE086: None, 0xE087: None})
 
 
 def folded(name):
     return re.sub(r"\s+", " ", (name or "").translate(MARKS)).strip()
-
-
-def receiver_type(truth):
-    if truth["standard"] != "DVB":
-        return {"ATSC": "atsc", "ISDB": "isdb-t"}[truth["standard"]]
-    systems = {stream["delivery"].split()[0] for network in truth["networks"]
-               for stream in network["transport_streams"] if stream.get("delivery")}
-    satellite = "dvb-s" in systems or any(mark in truth["capture"] for mark in ["dvbs", "astra"])
-    return "dvb-s" if satellite else "dvb-t"
 
 
 def described(service):
@@ -122,24 +105,6 @@ def guide_differences(guide, wanted):
             yield f"{name}: {key} is missing"
 
 
-class Television:
-    """`tv` with a capture on the air."""
-
-    def __init__(self, program, root, capture, truth):
-        kind = receiver_type(truth)
-        (root / "air").mkdir()
-        (root / "library" / "locations").mkdir(parents=True)
-        (root / "library" / "scan_conf.txt").write_text("lang:eng\nlang:ita\nlang:fra\n")
-        text = LOCATION.format(type=TYPE_TEXTS[kind], frequency=FREQUENCY)
-        (root / "library" / "locations" / "fullscan.xml").write_text(text)
-        shutil.copyfile(capture, root / "air" / f"{FREQUENCY}.ts")
-        self.line = [program, "--data", str(root / "data"), "--library", str(root / "library"),
-                     "--receiver", f"{kind}=file:{root / 'air'},time=stream", "--json"]
-
-    def run(self, *words):
-        return subprocess.run([*self.line, *words], capture_output=True, text=True, timeout=LIMIT)
-
-
 def differences(channels, wanted):
     """One line for each thing that the list has otherwise than the broadcast."""
     shown = {}
@@ -192,13 +157,12 @@ def check(program, capture, truth):
 
 def main():
     program, folder, *names = sys.argv[1:]
-    folder = pathlib.Path(os.environ.get("TV_CAPTURES", folder))
+    folder = folder_of(folder)
     pairs = [(path.with_name(path.name.replace(".truth.json", ".ts")), path) for path in sorted(folder.glob("*.truth.json"))]
     pairs = [(capture, truth) for capture, truth in pairs
              if capture.exists() and (not names or capture.stem in names)]
     if not pairs:
-        print(f"skipped: there are no captures in {folder} (TV_CAPTURES names another place)")
-        return SKIPPED
+        return skipped(folder)
     exact = 0
     for capture, truth in pairs:
         faults = check(program, capture, json.loads(truth.read_text(encoding="utf-8")))

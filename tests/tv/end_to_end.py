@@ -1,114 +1,18 @@
 #!/usr/bin/env python3
-"""The built `tv` from end to end, on a sample broadcast: exit statuses, JSON, what is kept, interrupts, ownership.
-
-Usage: end_to_end.py TV BROADCASTER [test names...]
-"""
+"""The built `tv` from end to end, on a sample broadcast: exit statuses, JSON, what is kept, interrupts."""
 import json
 import os
-import pathlib
-import pty
 import shutil
 import signal
-import socket
 import subprocess
-import sys
-import tempfile
 import time
-import unittest
 
-TV = BROADCASTER = ""
-LIMIT = 60  # seconds that any command may take
+import television
+from television import HIDE_RADIO, LIMIT, LOCATIONS, Home, TvTest, on_terminal
 
 CHANNEL = {"id": int, "number": int, "name": str, "type": str, "network": int, "source": int, "quality": int,
            "protected": bool, "playable": bool, "recorded": bool, "logo": str}
 HIDE_PROTECTED = "settings.option.id.hide.protected"
-HIDE_RADIO = "settings.option.id.hide.radio"
-
-LOCATIONS = """<?xml version="1.0" encoding="UTF-8"?>
-<locations>
-  <location><name>Full Scan</name><icon>all</icon><type>DVB-T</type><frequencies>
-    <range start="474000000" end="498000000" step="8000000" bandwidth="8000000"/></frequencies></location>
-  <location><name>Silence</name><icon>none</icon><type>DVB-T</type><frequencies>
-    <single frequency="600000000" bandwidth="8000000"/><single frequency="608000000" bandwidth="8000000"/>
-    </frequencies></location>
-  <location><name>Endless</name><icon>none</icon><type>DVB-T</type><frequencies>
-    <range start="600000000" end="618000000" step="1000"/></frequencies></location>
-  <location><name>Above</name><icon>sky</icon><type>DVB-S</type><frequencies>
-    <single frequency="11953500" symbolrate="27500000" polarisation="H"/></frequencies></location>
-</locations>
-"""
-
-
-class Home:
-    """A data directory, a library and a receiver of their own."""
-
-    air = None  # made once for all
-
-    def __init__(self):
-        self.root = pathlib.Path(tempfile.mkdtemp(prefix="tv test "))  # the blank is part of the test
-        self.data = self.root / "data"
-        self.library = self.root / "library"
-        (self.library / "locations").mkdir(parents=True)
-        (self.library / "locations" / "fullscan.xml").write_text(LOCATIONS, encoding="utf-8")
-        (self.library / "scan_conf.txt").write_text("lang:eng\nlang:deu\n", encoding="utf-8")
-        if Home.air is None:
-            Home.air = pathlib.Path(tempfile.mkdtemp(prefix="tv air "))
-            subprocess.run([BROADCASTER, "--quiet", "--seconds", "3", str(Home.air)], check=True, timeout=300)
-        self.receiver = f"dvb-t=file:{Home.air}"
-
-    def command(self, *words, receiver=True):
-        line = [TV, "--data", str(self.data), "--library", str(self.library)]
-        if receiver:
-            line += ["--receiver", self.receiver]
-        return line + list(words)
-
-    def run(self, *words, receiver=True, environment=None):
-        return subprocess.run(self.command(*words, receiver=receiver), capture_output=True, text=True, timeout=LIMIT,
-                              env={**os.environ, **(environment or {})})
-
-    def json(self, *words, status=0, **more):
-        result = self.run("--json", *words, **more)
-        assert result.returncode == status, (words, result)
-        return json.loads(result.stdout)
-
-    def start(self, *words):
-        return subprocess.Popen(self.command(*words), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-
-    def remove(self):
-        shutil.rmtree(self.root)
-
-
-class TvTest(unittest.TestCase):
-    def setUp(self):
-        self.home = Home()
-        self.addCleanup(self.home.remove)
-
-    def start(self, *words):
-        process = self.home.start(*words)
-        self.addCleanup(end, process)
-        return process
-
-    def resident(self, *words):
-        """A process that owns the data directory and takes commands."""
-        process = self.start(*words)
-        wait_for(lambda: (self.home.data / "socket").exists() and process.poll() is None)
-        return process
-
-    def assert_one_line(self, text, about):
-        self.assertEqual(len(text.splitlines()), 1, (about, text))
-
-
-def end(process):
-    if process.poll() is None:
-        process.kill()
-    process.communicate()
-
-
-def wait_for(condition, limit=LIMIT):
-    deadline = time.monotonic() + limit
-    while not condition():
-        assert time.monotonic() < deadline, "it did not come about in time"
-        time.sleep(0.02)
 
 
 class WhatCannotBeMeant(TvTest):
@@ -135,7 +39,7 @@ class WhatCannotBeMeant(TvTest):
             (["receivers", "select", "dvb-t"], "half a choice"),
             (["receivers", "select", "dvb-t", "file:/", "tuners=0"], "no tuner at all"),
             (["receivers", "address", "localhost", "70000"], "no such port"),
-            (["play", "1"], "a command whose ground is not there"),
+            (["play"], "nothing to play"),
         ]
         for words, why in rows:
             with self.subTest(why):
@@ -164,7 +68,8 @@ class WhatIsMissing(TvTest):
         home = self.home
         file = home.root / "file"
         file.write_text("x")
-        base = [TV, "--data", str(home.data), "--library", str(home.library)]
+        tv = television.TV
+        base = [tv, "--data", str(home.data), "--library", str(home.library)]
         empty = home.root / "empty"
         empty.mkdir()
         rows = [
@@ -172,10 +77,10 @@ class WhatIsMissing(TvTest):
             (base + ["--receiver", f"dvb-t=file:{file}", "locations"], str(file), "a file is no directory"),
             (base + ["--plugin", "/no/plugin.so", "settings"], "/no/plugin.so", "the plugin"),
             (base + ["--plugin", str(file), "settings"], str(file), "a file that is no plugin"),
-            ([TV, "--data", str(file), "settings"], str(file), "a file in the place of the data directory"),
-            ([TV, "--data", "/proc/nowhere", "settings"], "/proc/nowhere", "a data directory that cannot be made"),
-            ([TV, "--data", str(home.data), "--library", "/no/library", "settings"], "/no/library", "the library"),
-            ([TV, "--data", str(home.data), "--library", str(empty), "locations"], "locations", "the locations folder"),
+            ([tv, "--data", str(file), "settings"], str(file), "a file in the place of the data directory"),
+            ([tv, "--data", "/proc/nowhere", "settings"], "/proc/nowhere", "a data directory that cannot be made"),
+            ([tv, "--data", str(home.data), "--library", "/no/library", "settings"], "/no/library", "the library"),
+            ([tv, "--data", str(home.data), "--library", str(empty), "locations"], "locations", "the locations folder"),
             (base + ["scan"], "--receiver", "any receiver"),
             (base + ["channels"], "--receiver", "any receiver"),
             (home.command("channels"), "tv scan", "channels before the first scan"),
@@ -435,18 +340,18 @@ class Environment(TvTest):
         environment = {"TV_DATA": str(self.home.data), "TV_LIBRARY": str(self.home.library),
                        "TV_RECEIVERS": self.home.receiver.replace(" ", "%20")}
         for command in ["scan", "channels"]:
-            result = subprocess.run([TV, "--json", command], capture_output=True, text=True, timeout=LIMIT,
+            result = subprocess.run([television.TV, "--json", command], capture_output=True, text=True, timeout=LIMIT,
                                     env={**os.environ, **environment})
             self.assertEqual(result.returncode, 0, result)
         self.assertEqual(len(json.loads(result.stdout)), len(self.home.json("channels")))
         mixed = {**environment, "TV_RECEIVERS": "dvb-t=file:/ dvb-c=file:/"}
-        result = subprocess.run([TV, "channels"], capture_output=True, text=True, timeout=LIMIT,
+        result = subprocess.run([television.TV, "channels"], capture_output=True, text=True, timeout=LIMIT,
                                 env={**os.environ, **mixed})
         self.assertEqual(result.returncode, 2)
 
     def test_relative_directories_are_taken_from_where_tv_was_called(self):
         shutil.copytree(Home.air, self.home.root / "air")
-        line = [TV, "--data", "here", "--library", "library", "--receiver", "dvb-t=file:air", "scan"]
+        line = [television.TV, "--data", "here", "--library", "library", "--receiver", "dvb-t=file:air", "scan"]
         result = subprocess.run(line, cwd=self.home.root, capture_output=True, text=True, timeout=LIMIT)
         self.assertEqual(result.returncode, 0, result)
         self.assertTrue((self.home.root / "here" / "durix.db").exists())
@@ -458,156 +363,4 @@ class Environment(TvTest):
         self.assertIn("durix_init", self.home.run("--log", "info", "settings").stderr)
 
 
-class OneOwner(TvTest):
-    def setUp(self):
-        super().setUp()
-        self.home.json("scan")
-
-    def test_serves_the_commands_of_others(self):
-        alone = self.home.json("channels")
-        owner = self.resident("run")
-        self.assertEqual(self.home.json("channels"), alone)
-        self.assertEqual(self.home.json("channels", receiver=False), alone)
-        self.assertEqual(self.home.json("settings", HIDE_RADIO, "true")[0]["value"], "true")
-        for words, status in [(["settings", "no.such.option"], 2), (["scan", "Nowhere"], 1)]:
-            result = self.home.run(*words)
-            self.assertEqual(result.returncode, status)
-            self.assert_one_line(result.stderr, words)
-        scanned = self.home.json("scan")
-        self.assertTrue(scanned["success"])
-        self.assertIsNone(owner.poll(), "the owner stays")
-        owner.send_signal(signal.SIGTERM)
-        owner.communicate(timeout=LIMIT)
-        self.assertEqual(owner.returncode, 130)
-        self.assertFalse((self.home.data / "socket").exists())
-        self.assertEqual(self.home.json("settings", HIDE_RADIO)[0]["value"], "true", "what others set is kept too")
-
-    def test_takes_relative_paths_from_where_the_caller_is(self):
-        self.resident("run")
-        there = self.home.root / "there"
-        (there / "air").mkdir(parents=True)
-        line = self.home.command("--json", "receivers", "select", "dvb-t", "file:air", receiver=False)
-        result = subprocess.run(line, cwd=there, capture_output=True, text=True, timeout=LIMIT)
-        self.assertEqual(result.returncode, 0, result)
-        self.assertEqual(json.loads(result.stdout)["stored"]["source"], f"file:{there}/air")
-
-    def test_serves_many_at_once(self):
-        owner = self.resident("run")
-        crowd = [self.start("--json", "channels") for _ in range(8)]
-        answers = [process.communicate(timeout=LIMIT)[0] for process in crowd]
-        self.assertEqual({process.returncode for process in crowd}, {0})
-        self.assertEqual(len(set(answers)), 1)
-        self.assertIsNone(owner.poll())
-
-    def test_short_commands_wait_for_each_other(self):
-        crowd = [self.start("--json", "channels") for _ in range(4)]
-        answers = [process.communicate(timeout=LIMIT) for process in crowd]
-        self.assertEqual({process.returncode for process in crowd}, {0}, answers)
-        self.assertEqual(len({answer[0] for answer in answers}), 1)
-
-    def test_that_dies_leaves_nothing_in_the_way(self):
-        owner = self.resident("run")
-        owner.kill()
-        owner.communicate(timeout=LIMIT)
-        self.assertGreater(len(self.home.json("channels")), 0)
-
-    def test_is_not_disturbed_by_strangers_at_its_socket(self):
-        owner = self.resident("run")
-        folder = os.open(self.home.data, os.O_PATH)
-        self.addCleanup(os.close, folder)
-        rows = [b"", b"R", b"hello, world", b"R\xff\xff\xff\xff", b"R\0\0\0\x02{]", b"R\0\0\0\x02{}",
-                b"X\0\0\0\x010"]
-        for sent in rows:
-            with socket.socket(socket.AF_UNIX) as stranger:
-                stranger.connect(f"/proc/self/fd/{folder}/socket")
-                stranger.sendall(sent)
-        self.assertEqual(self.home.run("settings").returncode, 0)
-        self.assertIsNone(owner.poll())
-
-    def test_cancels_the_scan_of_a_caller_that_goes_away(self):
-        owner = self.resident("run")
-        caller = self.start("scan", "Endless")
-        while "600" not in caller.stdout.readline():
-            self.assertIsNone(caller.poll())
-        caller.send_signal(signal.SIGINT)
-        caller.communicate(timeout=LIMIT)
-        self.assertEqual(caller.returncode, 130)
-        self.assertEqual(self.home.run("scan").returncode, 0, "the next scan is not refused")
-        self.assertIsNone(owner.poll())
-
-    def test_hands_a_watcher_on_when_it_ends(self):
-        owner = self.resident("run")
-        watcher = self.start("--json", "watch")
-        time.sleep(0.5)
-        owner.send_signal(signal.SIGINT)
-        owner.communicate(timeout=LIMIT)
-        number = (self.home.data / "lock").read_text
-        wait_for(lambda: number().strip() == str(watcher.pid))
-        self.assertGreater(len(self.home.json("channels")), 0)
-        watcher.send_signal(signal.SIGINT)
-        watcher.communicate(timeout=LIMIT)
-        self.assertEqual(watcher.returncode, 130)
-
-    def test_may_be_in_a_directory_with_a_long_name(self):
-        self.home.data = self.home.root / ("long" * 40) / "data"
-        self.resident("run")
-        self.assertEqual(self.home.run("settings").returncode, 0)
-
-
-class Watch(TvTest):
-    def test_prints_an_object_a_line_and_ends_with_130(self):
-        self.home.json("scan")
-        watcher = self.resident("--json", "watch")
-        self.home.json("scan")
-        watcher.send_signal(signal.SIGINT)
-        lines = watcher.communicate(timeout=LIMIT)[0].splitlines()
-        self.assertEqual(watcher.returncode, 130)
-        notices = [json.loads(line) for line in lines]
-        self.assertIn({"notice": "state", "before": "discovering", "now": "active"}, notices)
-        final = [notice for notice in notices if notice["notice"] == "discover" and notice["finished"]]
-        self.assertEqual([(notice["success"], notice["progress"]) for notice in final], [(True, 100)])
-
-    def test_ends_when_nobody_reads_any_more(self):
-        self.home.json("scan")
-        watcher = self.resident("--json", "watch")
-        watcher.stdout.close()
-        self.home.json("scan")  # gives it something to write
-        watcher.wait(timeout=LIMIT)
-
-    def test_run_ends_at_the_moment_that_was_given(self):
-        start = time.monotonic()
-        result = self.home.run("run", "--until", str(int(time.time()) + 2))
-        self.assertEqual(result.returncode, 0, result)
-        self.assertLess(time.monotonic() - start, 20)
-
-
-def on_terminal(line, environment):
-    """What a command writes to a terminal."""
-    master, slave = pty.openpty()
-    process = subprocess.Popen(line, stdout=slave, stderr=slave, env={**os.environ, **environment}, close_fds=True)
-    os.close(slave)
-    text = b""
-    try:
-        while chunk := os.read(master, 4096):
-            text += chunk
-    except OSError:
-        pass  # the end, as Linux tells it
-    os.close(master)
-    process.wait(timeout=LIMIT)
-    return text.decode("utf-8", "replace")
-
-
-def main():
-    global TV, BROADCASTER
-    TV, BROADCASTER, *rest = sys.argv[1:]
-    for name in ["TV_DATA", "TV_LIBRARY", "TV_RECEIVERS", "NO_COLOR"]:
-        os.environ.pop(name, None)
-    try:
-        program = unittest.main(argv=[sys.argv[0], "-v", *rest], exit=False)
-    finally:
-        if Home.air is not None:
-            shutil.rmtree(Home.air)
-    sys.exit(0 if program.result.wasSuccessful() else 1)
-
-
-main()
+television.main()

@@ -2,12 +2,16 @@
 
 namespace tv {
 
-void addCommands(CLI::App& app, Action& action) {
+void addCommands(Syntax& app, Action& action) {
   addLocationsCommand(app, action);
   addScanCommand(app, action);
   addChannelCommands(app, action);
   addGuideCommands(app, action);
+  addTeletextCommand(app, action);
+  addRecordCommands(app, action);
+  addRecordingCommands(app, action);
   addResidentCommands(app, action);
+  addPlayCommand(app, action);
   addSettingsCommand(app, action);
   addReceiverCommands(app, action);
 }

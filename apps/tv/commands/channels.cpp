@@ -86,13 +86,13 @@ int order(Context& context, const std::vector<std::string>& texts) {
 
 }  // namespace
 
-void addChannelCommands(CLI::App& app, Action& action) {
-  app.add_subcommand("channels", "The channel list, in order")->callback([&action] { action = channels; });
+void addChannelCommands(Syntax& app, Action& action) {
+  app.command("channels", "The channel list, in order").whenChosen([&action] { action = channels; });
 
   auto texts = std::make_shared<std::vector<std::string>>();
-  CLI::App* command = app.add_subcommand("order", "Puts channels first, in the order given, and keeps that");
-  command->add_option("CHANNEL", *texts, "A number, a name or #ID")->required();
-  command->callback([&action, texts] { action = [texts](Context& context) { return order(context, *texts); }; });
+  Syntax command = app.command("order", "Puts channels first, in the order given, and keeps that");
+  command.words("CHANNEL", *texts, "A number, a name or #ID");
+  command.whenChosen([&action, texts] { action = [texts](Context& context) { return order(context, *texts); }; });
 }
 
 }  // namespace tv

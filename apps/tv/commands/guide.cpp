@@ -183,23 +183,19 @@ int search(Context& context, const std::vector<std::string>& words) {
 
 }  // namespace
 
-void addGuideCommands(CLI::App& app, Action& action) {
-  app.add_subcommand("now", "The current and the next programme of every channel")->callback([&action] {
-    action = now;
-  });
+void addGuideCommands(Syntax& app, Action& action) {
+  app.command("now", "The current and the next programme of every channel").whenChosen([&action] { action = now; });
 
   auto wish = std::make_shared<GuideWish>();
-  CLI::App* guiding = app.add_subcommand("guide", "Programmes of one channel or of all");
-  guiding->add_option("CHANNEL", wish->channel, "A number, a name or #ID");
-  guiding->add_option("--hours", wish->hours, "Only what is on in the next N hours")
-      ->type_name("N")
-      ->check(CLI::Range(1, LONGEST));
-  guiding->callback([&action, wish] { action = [wish](Context& context) { return guide(context, *wish); }; });
+  Syntax guiding = app.command("guide", "Programmes of one channel or of all");
+  guiding.optionalWord("CHANNEL", wish->channel, "A number, a name or #ID");
+  guiding.number("--hours", wish->hours, 1, LONGEST, "Only what is on in the next N hours");
+  guiding.whenChosen([&action, wish] { action = [wish](Context& context) { return guide(context, *wish); }; });
 
   auto words = std::make_shared<std::vector<std::string>>();
-  CLI::App* searching = app.add_subcommand("search", "Programmes with any of the words in title or description");
-  searching->add_option("WORD", *words, "A word, or several in quotes")->required();
-  searching->callback([&action, words] {
+  Syntax searching = app.command("search", "Programmes with any of the words in title or description");
+  searching.words("WORD", *words, "A word, or several in quotes");
+  searching.whenChosen([&action, words] {
     const auto blank = [](const std::string& word) { return word.find_first_not_of(" \t\n") == std::string::npos; };
     if (std::ranges::any_of(*words, blank)) throw UsageError("a word to search for is empty");
     action = [words](Context& context) { return search(context, *words); };

@@ -31,8 +31,8 @@ int locations(Context& context) {
 
 }  // namespace
 
-void addLocationsCommand(CLI::App& app, Action& action) {
-  app.add_subcommand("locations", "Places that can be scanned")->callback([&action] { action = locations; });
+void addLocationsCommand(Syntax& app, Action& action) {
+  app.command("locations", "Places that can be scanned").whenChosen([&action] { action = locations; });
 }
 
 }  // namespace tv

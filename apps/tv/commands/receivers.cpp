@@ -151,29 +151,28 @@ int reset(Context& context) {
 
 }  // namespace
 
-void addReceiverCommands(CLI::App& app, Action& action) {
-  CLI::App* command = app.add_subcommand("receivers", "Receivers, their reception, and requests to them");
-  command->require_subcommand(0, 1);
-  command->callback([&action] {
+void addReceiverCommands(Syntax& app, Action& action) {
+  Syntax command = app.command("receivers", "Receivers, their reception, and requests to them");
+  command.whenChosen([&action] {
     if (!action) action = list;
   });
 
   auto selection = std::make_shared<Selection>();
-  CLI::App* selecting = command->add_subcommand("select", "Chooses a receiver for later commands without --receiver");
-  selecting->add_option("TYPE", selection->type, "dvb-t, dvb-c, dvb-s, atsc or isdb-t")->required();
-  selecting->add_option("A", selection->first, "The source, as in file:DIRECTORY")->required();
-  selecting->add_option("B", selection->second, "Options, as in time=stream,tuners=2");
-  selecting->callback(
+  Syntax selecting = command.command("select", "Chooses a receiver for later commands without --receiver");
+  selecting.word("TYPE", selection->type, "dvb-t, dvb-c, dvb-s, atsc or isdb-t");
+  selecting.word("A", selection->first, "The source, as in file:DIRECTORY");
+  selecting.optionalWord("B", selection->second, "Options, as in time=stream,tuners=2");
+  selecting.whenChosen(
       [&action, selection] { action = [selection](Context& context) { return select(context, *selection); }; });
 
   auto address = std::make_shared<Address>();
-  CLI::App* addressing = command->add_subcommand("address", "Sets the address of a network receiver");
-  addressing->add_option("HOST", address->host, "Name or address")->required();
-  addressing->add_option("PORT", address->port, "1 to 65535")->required();
-  addressing->callback(
+  Syntax addressing = command.command("address", "Sets the address of a network receiver");
+  addressing.word("HOST", address->host, "Name or address");
+  addressing.word("PORT", address->port, "1 to 65535");
+  addressing.whenChosen(
       [&action, address] { action = [address](Context& context) { return setAddress(context, *address); }; });
 
-  command->add_subcommand("reset", "Forgets the stored choice")->callback([&action] { action = reset; });
+  command.command("reset", "Forgets the stored choice").whenChosen([&action] { action = reset; });
 }
 
 }  // namespace tv

@@ -34,6 +34,7 @@ std::string shown(const Json& notice, bool colours) {
 
 /// Prints notices until `end` (seconds since the epoch by the host's clock) or an interrupt.
 int stay(Context& context, std::int64_t end) {
+  const Session::Residence residence(context.session);
   BroadcastPlugin& plugin = context.session.plugin();
   NoticeWatch watch(plugin);
   PluginState state = PLUGIN_INACTIVE;
@@ -56,16 +57,15 @@ int stay(Context& context, std::int64_t end) {
 
 }  // namespace
 
-void addResidentCommands(CLI::App& app, Action& action) {
-  app.add_subcommand("watch", "Stays and prints every notice of the plugin as it comes")->callback([&action] {
+void addResidentCommands(Syntax& app, Action& action) {
+  app.command("watch", "Stays and prints every notice of the plugin as it comes").whenChosen([&action] {
     action = [](Context& context) { return stay(context, FOR_EVER); };
   });
 
   auto until = std::make_shared<std::string>();
-  CLI::App* running = app.add_subcommand("run", "Stays, so that other commands are served at once");
-  running->add_option("--until", *until, "When to end: HH:MM, YYYY-MM-DDTHH:MM or seconds since the epoch")
-      ->type_name("TIME");
-  running->callback([&action, until] {
+  Syntax running = app.command("run", "Stays, so that other commands are served at once");
+  running.option("--until", *until, "TIME", "When to end: HH:MM, YYYY-MM-DDTHH:MM or seconds since the epoch");
+  running.whenChosen([&action, until] {
     if (!until->empty()) readMoment(*until, 0);  // a wrong one is told before anything starts
     action = [until](Context& context) {
       return stay(context, until->empty() ? FOR_EVER : readMoment(*until, host::now()));

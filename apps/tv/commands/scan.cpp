@@ -138,7 +138,16 @@ int tellSuccess(Context& context, const ScanNotice& final) {
   return EXIT_DONE;
 }
 
+/// A receiver that is announced at the same moment has the plugin scan once more; what it finds replaces the report.
+void waitForLateScan(Context& context) {
+  const auto end = steady_clock::now() + CANCEL_LIMIT;
+  while (context.session.plugin().getState() == PLUGIN_DISCOVERING && steady_clock::now() < end) {
+    if (context.interrupt.waitFor(TURN)) throw Interrupted();
+  }
+}
+
 int tellFailure(Context& context, const ScanNotice& final) {
+  waitForLateScan(context);
   const auto results = context.session.sideDoor().scanResults();
   if (context.output.json()) {
     Json result{{"success", false}, {"services", final.serviceCount}, {"names", Json::array()}};
@@ -163,11 +172,11 @@ int scan(Context& context, const std::string& wanted) {
 
 }  // namespace
 
-void addScanCommand(CLI::App& app, Action& action) {
+void addScanCommand(Syntax& app, Action& action) {
   auto place = std::make_shared<std::string>();
-  CLI::App* command = app.add_subcommand("scan", "Looks for channels");
-  command->add_option("LOCATION", *place, "The place to scan; without it that of the location option, else Full Scan");
-  command->callback([&action, place] { action = [place](Context& context) { return scan(context, *place); }; });
+  Syntax command = app.command("scan", "Looks for channels");
+  command.optionalWord("LOCATION", *place, "The place to scan; without it that of the location option, else Full Scan");
+  command.whenChosen([&action, place] { action = [place](Context& context) { return scan(context, *place); }; });
 }
 
 }  // namespace tv

@@ -86,14 +86,12 @@ int settings(Context& context, const Wanted& wanted) {
 
 }  // namespace
 
-void addSettingsCommand(CLI::App& app, Action& action) {
+void addSettingsCommand(Syntax& app, Action& action) {
   auto wanted = std::make_shared<Wanted>();
-  CLI::App* command =
-      app.add_subcommand("settings", "The plugin's options; a value that is set is kept for later runs");
-  CLI::Option* id =
-      command->add_option("ID", wanted->id, "The option, as in settings.option.id.hide.radio or hide.radio");
-  command->add_option("VALUE", wanted->value, "Its new value")->needs(id);
-  command->callback([&action, wanted] { action = [wanted](Context& context) { return settings(context, *wanted); }; });
+  Syntax command = app.command("settings", "The plugin's options; a value that is set is kept for later runs");
+  command.optionalWord("ID", wanted->id, "The option, as in settings.option.id.hide.radio or hide.radio");
+  command.optionalWord("VALUE", wanted->value, "Its new value");
+  command.whenChosen([&action, wanted] { action = [wanted](Context& context) { return settings(context, *wanted); }; });
 }
 
 }  // namespace tv
