@@ -90,7 +90,7 @@ void complete(GlobalOptions& globals, const Words& words) {
 CommandLine readCommandLine(std::vector<std::string> arguments) {
   CommandLine line;
   Words words;
-  CLI::App app("The command-line television: scans transport streams, shows channels and guide.", "tv");
+  CLI::App app("The command-line television: channels, guide, playing, teletext and recording.", "tv");
   app.fallthrough();
   addGlobalOptions(app, line.globals, words);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");

@@ -7,11 +7,11 @@ void addCommands(Syntax& app, Action& action) {
   addScanCommand(app, action);
   addChannelCommands(app, action);
   addGuideCommands(app, action);
+  addPlayCommand(app, action);
   addTeletextCommand(app, action);
   addRecordCommands(app, action);
   addRecordingCommands(app, action);
   addResidentCommands(app, action);
-  addPlayCommand(app, action);
   addSettingsCommand(app, action);
   addReceiverCommands(app, action);
 }
