@@ -2,7 +2,7 @@
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wconversion -Wsign-conversion -Wnull-dereference -Wformat=2
   -Wimplicit-fallthrough "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual;-Wold-style-cast>")
-if(TV_WARNINGS_AS_ERRORS)
+if(TV_WARNINGS_AS_ERRORS AND NOT TV_SANITIZE) # what sanitizers put in brings warnings of its own
   add_compile_options(-Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
