@@ -12,15 +12,19 @@ constexpr std::uint64_t LONGEST_SILENCE = SECOND / 4;  // by another clock
 void StreamClock::feed(const PacketView& packet) {
   const auto pcr = packet.pcr();
   if (!pcr) return;
-  const auto [known, isNew] = _clocks.try_emplace(packet.pid());
-  Clock& clock = known->second;
+  Clock& clock = _clocks[packet.pid()];
   const std::uint64_t step = (*pcr + WRAP - clock.last) % WRAP;
-  if (!isNew && step < LONGEST_STEP && !packet.isDiscontinuity()) clock.ahead += step;
+  if (clock.isMeasuring && step < LONGEST_STEP && !packet.isDiscontinuity()) clock.ahead += step;
   clock.last = *pcr;
+  clock.isMeasuring = true;
   if (_pid == NULL_PID || clock.ahead >= LONGEST_SILENCE) _pid = packet.pid();
   if (packet.pid() != _pid) return;
   _ticks += clock.ahead;
-  for (auto& [pid, other] : _clocks) other.ahead = 0;
+  // What the others have covered until here is told: a gap in all of them counts once.
+  for (auto& [pid, other] : _clocks) {
+    other.ahead = 0;
+    other.isMeasuring = pid == _pid;
+  }
 }
 
 }  // namespace durix

@@ -20,8 +20,9 @@ class StreamClock {
 
  private:
   struct Clock {
-    std::uint64_t last = 0;   // its last reference; ticks of 27 MHz, as the next
-    std::uint64_t ahead = 0;  // what it has covered since the last reference that counted
+    std::uint64_t last = 0;    // its last reference; ticks of 27 MHz, as the next
+    std::uint64_t ahead = 0;   // what it has covered since the last reference that counted
+    bool isMeasuring = false;  // there is a reference of its own since then, to measure from
   };
 
   std::map<std::uint16_t, Clock> _clocks;  // by PID

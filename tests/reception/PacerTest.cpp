@@ -16,9 +16,9 @@ constexpr Pacer::Time START{std::chrono::hours(1)};
 class PacerTest : public ::testing::Test {
  protected:
   // When the packet with this reference is due, or one without any; milliseconds after the start.
-  std::int64_t clock(std::uint64_t time, milliseconds now) {
+  std::int64_t clock(std::uint64_t time, milliseconds now, std::uint16_t pid = 0x100) {
     StreamBuilder builder;
-    return due(builder.addPcr(0x100, time * TICKS).bytes(), now);
+    return due(builder.addPcr(pid, time * TICKS).bytes(), now);
   }
   std::int64_t other(milliseconds now, int packets = 1) {
     static const Bytes packet = StreamBuilder().add(0x200, {text("other")}).bytes();
@@ -50,6 +50,17 @@ TEST_F(PacerTest, WaitsForNoJump) {
   EXPECT_EQ(clock(3'601'080, milliseconds(40)), 80);
   EXPECT_EQ(clock(500, milliseconds(80)), 80);
   EXPECT_EQ(clock(540, milliseconds(80)), 120);
+}
+
+// Several programmes have clocks of their own, and packets of all of them are lost at once.
+TEST_F(PacerTest, CountsAGapInAllClocksOnce) {
+  std::int64_t last = 0;
+  for (const std::uint64_t time : {0, 40, 80, 580, 620, 660}) {
+    for (std::uint16_t i = 0; i < 6; ++i) {
+      last = clock(time + std::uint64_t{1'000'000} * i, milliseconds(last), static_cast<std::uint16_t>(0x100 + i));
+    }
+  }
+  EXPECT_NEAR(static_cast<double>(last), 660, 40);
 }
 
 // 8 Mbit/s are 5319 packets a second; a while without a clock is nothing unusual.
