@@ -59,6 +59,7 @@ bool readLanguagesFile(const std::string& path, std::string* text) {
   std::uint32_t bytesRead = 0;
   const bool read = ostiv_file_read(&file, buffer.data(), READ_SIZE, &bytesRead) == 0;
   ostiv_file_close(&file);
-  *text = fixedText(buffer.data(), read ? std::min<std::size_t>(bytesRead, READ_SIZE) : 0);
+  if (!read) return false;
+  *text = fixedText(buffer.data(), std::min<std::size_t>(bytesRead, READ_SIZE));
   return true;
 }

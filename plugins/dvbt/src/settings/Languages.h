@@ -10,5 +10,5 @@ std::vector<std::string> defaultLanguages();
 /// than 3 characters or have another number of ":"-separated parts are ignored.
 std::vector<std::string> parseLanguages(const std::string& text);
 
-/// The first 2048 bytes of a languages file; false when it cannot be opened.
+/// The first 2048 bytes of a languages file; false when it cannot be opened or read.
 bool readLanguagesFile(const std::string& path, std::string* text);
