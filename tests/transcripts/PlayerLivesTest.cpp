@@ -79,6 +79,18 @@ TEST_F(PlayerLives, GoOnWhenTheirContentHasGone) {
   EXPECT_EQ(lines(), expected("player_without_content"));
 }
 
+TEST_F(PlayerLives, LetGoOfContentThatDiesWhileTheyAreMade) {
+  open();
+  stage.during["durix_player_create"] = [this] { std::thread([this] { scan(); }).join(); };
+  const std::unique_ptr<Player> player = create(channel(ONE));
+  EXPECT_EQ(player->getContent(), nullptr);
+  EXPECT_FALSE(player->start(true));
+  stage.scanFinished({"One"});
+  const std::unique_ptr<Player> teletext = createTeletext(channel(ONE));
+  EXPECT_EQ(teletext->getContent(), nullptr);
+  EXPECT_FALSE(teletext->start(true));
+}
+
 TEST_F(PlayerLives, GoOnWhenThePluginHasGone) {
   open();
   std::unique_ptr<Player> player = create(channel(ONE));
@@ -175,6 +187,31 @@ TEST_F(PlayerLives, SeeFeedsThatChangeWhileTheyStart) {
   };
   EXPECT_TRUE(player->start(true));
   EXPECT_EQ(stage.calls("durix_player_feed_remove"), 2) << "picture and sound";
+}
+
+/// A middleware may wait for all callbacks that are under way before it takes a registration away.
+TEST_F(PlayerLives, StartAndEndWhileRegistrationsAreMade) {
+  give(TWO, {{210, 2, ""}});
+  open();
+  std::unique_ptr<Player> first = create(channel(ONE));
+  std::unique_ptr<Player> second = create(channel(TWO));
+  EXPECT_TRUE(first->start(true) && second->start(true));
+  send(DURIX_PLAYER_EVENT_STARTED, 1);
+  stage.during["durix_callback_remove(null,24)"] = [&] {
+    std::thread([&] { send(DURIX_PLAYER_EVENT_STARTED, 2); }).join();
+  };
+  stage.drop();
+  EXPECT_TRUE(first->stop());
+  EXPECT_EQ(stage.take(), (Lines{"durix_callback_remove(null,24)", "durix_callback_add(null,24)",
+                                 "INFO BroadcastPlayer::stop()", "durix_player_stop(player 1)"}));
+  changeFeeds(TWO);
+  EXPECT_EQ(stage.calls("durix_player_feed_remove"), 1) << "the second one hears of it";
+  first = create(channel(ONE));
+  EXPECT_TRUE(first->start(true));
+  stage.during = {{"durix_callback_add(null,24)", [&] { std::thread([&] { first.reset(); }).join(); }}};
+  send(DURIX_PLAYER_EVENT_STARTED, 3);
+  EXPECT_EQ(stage.calls("durix_callback_remove"), 2);
+  EXPECT_EQ(stage.registrations.back().user, ScriptedMiddleware::playerOf(2)) << "which is registered again";
 }
 
 TEST_F(PlayerLives, EndWhileEventsAreOnTheirWay) {

@@ -1,7 +1,9 @@
 #include "BroadcastPlayer.h"
 
+#include <deque>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "ProgramImpl.h"
 #include "ServiceImpl.h"
@@ -31,7 +33,9 @@ struct BroadcastPlayer::Registry {
   std::set<BroadcastPlayer*> living BC_GUARDED_BY(_lives);
   BroadcastPlayer* mainPlayer BC_GUARDED_BY(_lives) = nullptr;
 
-  RankedMutex registration{LockRank::FeedRegistration};  // deciding on and making a registration of feeds-changed
+  RankedMutex registration{LockRank::FeedRegistration};           // deciding on a registration of feeds-changed
+  std::deque<durix_player*> decided BC_GUARDED_BY(registration);  // to be added, in order; null: all to be removed
+  bool isRegistering BC_GUARDED_BY(registration) = false;         // somebody is making what is decided
 
   RankedMutex _listMutex{LockRank::Player};
   std::map<durix_player*, BroadcastPlayer*> _players BC_GUARDED_BY(_listMutex);
@@ -85,6 +89,10 @@ BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, vo
   _plugin = plugin;
   _pluginListener = std::make_unique<PlayerPluginListener>(*this);
   plugin->addListener(_pluginListener.get());
+  {
+    const Lock lock(registry()._lives);
+    registry().living.insert(this);  // from here on content and plugin may go
+  }
   listenToParentalControl();
   const durix_render_data render{DURIX_RENDER_VIDEO, window, nullptr, nullptr};
   const durix_return_code code = durix_player_create(&_handle, &render, listener);
@@ -92,7 +100,7 @@ BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, vo
     BC_ERR(LOG, "durix_player_create Failed error:%u", code);
     _handle = nullptr;
   }
-  if (content->getAvType() != AvContent::AV_RECORDING) _duration = static_cast<unsigned>(content->getDuration());
+  _duration = contentDuration();
   registry().listeners.add(_handle, listener);
   if (_secondary) {
     if (durix_player_volume_set(_handle, 0) != DURIX_OK) {
@@ -102,10 +110,6 @@ BroadcastPlayer::BroadcastPlayer(BroadcastPlugin* plugin, AvContent* content, vo
     BroadcastPlayer::setMute(shared_volume::hostMute());
     shared_volume::setVolume(shared_volume::hostVolume());
     _volume = shared_volume::volume();
-  }
-  {
-    const Lock lock(registry()._lives);
-    registry().living.insert(this);
   }
   if (_handle == nullptr) return;
   const Lock lock(registry()._listMutex);
@@ -121,6 +125,13 @@ void BroadcastPlayer::listenToParentalControl() {
     _parentalOptions.push_back(option);
     option->addOptionListener(_optionListener.get());
   }
+}
+
+/// A recording may grow: its duration is always asked for.
+unsigned BroadcastPlayer::contentDuration() {
+  const Lock lock(_lock);
+  const bool isFixed = _content != nullptr && _content->getAvType() != AvContent::AV_RECORDING;
+  return isFixed ? static_cast<unsigned>(_content->getDuration()) : 0;
 }
 
 BroadcastPlayer::~BroadcastPlayer() {
@@ -195,6 +206,11 @@ void BroadcastPlayer::forgetPlugin(BroadcastPlugin* plugin) {
 void BroadcastPlayer::setContent(AvContent* content) {
   const Lock lock(_lock);
   _content = content;
+}
+
+AvContent* BroadcastPlayer::getContent() {
+  const Lock lock(_lock);
+  return _content;
 }
 
 bool BroadcastPlayer::isValid() {
@@ -323,21 +339,37 @@ bool BroadcastPlayer::stop() {
 /// Takes the player out of the registry and its feeds-changed callback with it. The middleware removes the callback of
 /// every player, so that others that still want it are registered again.
 void BroadcastPlayer::unregisterFeedsChanged() {
-  const Lock registration(registry().registration);
-  bool removes = false;
-  std::vector<durix_player*> others;
   {
+    const Lock registration(registry().registration);
     const Lock lock(registry()._listMutex);
     registry()._players.erase(_handle);
-    removes = _callbackRegistered.exchange(false) && !_secondary;
+    if (!_callbackRegistered.exchange(false) || _secondary) return;
+    registry().decided.push_back(nullptr);
     for (const auto& [handle, player] : registry()._players) {
-      if (player->_callbackRegistered) others.push_back(handle);
+      if (player->_callbackRegistered) registry().decided.push_back(handle);
     }
   }
-  if (!removes) return;
-  durix_callback_remove(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged);
-  for (durix_player* const other : others) {
-    durix_callback_add(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged, other);
+  makeRegistrations();
+}
+
+/// Makes what has been decided, one after the other and with no lock held: the middleware may wait for callbacks that
+/// are under way, and one of them may be deciding. Who finds another thread at it leaves his part to that one.
+void BroadcastPlayer::makeRegistrations() {
+  for (bool isMine = false;; isMine = true) {
+    durix_player* player = nullptr;
+    {
+      const Lock registration(registry().registration);
+      if (registry().isRegistering != isMine) return;
+      registry().isRegistering = !registry().decided.empty();
+      if (!registry().isRegistering) return;
+      player = registry().decided.front();
+      registry().decided.pop_front();
+    }
+    if (player == nullptr) {
+      durix_callback_remove(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged);
+    } else {
+      durix_callback_add(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged, player);
+    }
   }
 }
 
@@ -345,13 +377,14 @@ void BroadcastPlayer::sendNotifyPlayer(durix_player* player, Plugin* /*plugin*/,
   BC_INFO(LOG, "sendNotifyPlayer isStarted %d, hasError %d", static_cast<int>(isStarted), static_cast<int>(hasError));
   registry().listeners.tellState(player, isStarted, hasError, LOG);
   if (!isStarted) return;
-  const Lock registration(registry().registration);
   {
+    const Lock registration(registry().registration);
     const Lock lock(registry()._listMutex);
     const auto entry = registry()._players.find(player);
     if (entry == registry()._players.end() || entry->second->_callbackRegistered.exchange(true)) return;
+    registry().decided.push_back(player);
   }
-  durix_callback_add(nullptr, DURIX_EVENT_FEEDS_CHANGED, &BroadcastPlayer::handleFeedsChanged, player);
+  makeRegistrations();
 }
 
 void BroadcastPlayer::handleFeedsChanged(durix_event_data* data, void* user) {

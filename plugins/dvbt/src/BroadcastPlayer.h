@@ -45,6 +45,7 @@ class BroadcastPlayer : public Player {
   unsigned getCurrentPos() override;
   unsigned getBufferBegin() override;
   unsigned getBufferEnd() override;
+  AvContent* getContent() override;
   void changeAudioLanguage(std::string language) override;
   void changeSubtitleLanguage(std::string language) override;
 
@@ -87,6 +88,7 @@ class BroadcastPlayer : public Player {
   static Registry& registry();
 
   void listenToParentalControl();
+  unsigned contentDuration();
   void leavePlugin();
   bool isBlockedByParentalControl();
   std::vector<durix_esg_object> contentFeeds();
@@ -97,6 +99,7 @@ class BroadcastPlayer : public Player {
   void markStarted();
   void applySharedVolume();
   void unregisterFeedsChanged();
+  static void makeRegistrations();
   void feedsChanged(const durix_event_data* data);
   void exchangeFeeds(const std::vector<durix_esg_object>& feeds) BC_REQUIRES(_lock);
   bool removeChanged(durix_esg_object* slot, const durix_esg_object& replacement);

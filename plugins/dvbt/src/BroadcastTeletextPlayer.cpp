@@ -61,6 +61,10 @@ BroadcastTeletextPlayer::BroadcastTeletextPlayer(BroadcastPlugin* plugin, AvCont
   _plugin = plugin;
   if (listener != nullptr) _imageListeners.push_back(listener);
   {
+    const Lock lock(registry()._lives);
+    registry().living.insert(this);  // from here on content and plugin may go
+  }
+  {
     const Lock lock(registry()._containers);
     registry().shown.insert(this);  // before the middleware knows of this player: a picture may come at once
   }
@@ -71,10 +75,6 @@ BroadcastTeletextPlayer::BroadcastTeletextPlayer(BroadcastPlugin* plugin, AvCont
     _handle = nullptr;
   }
   registry().listeners.add(_handle, listener);
-  {
-    const Lock lock(registry()._lives);
-    registry().living.insert(this);
-  }
   if (_handle == nullptr) return;
   const Lock lock(registry()._playersMutex);
   registry()._players.insert({_handle, this});
@@ -125,6 +125,11 @@ void BroadcastTeletextPlayer::forgetPlugin(const BroadcastPlugin* plugin) {
 void BroadcastTeletextPlayer::setContent(AvContent* content) {
   const Lock lock(_lock);
   _content = content;
+}
+
+AvContent* BroadcastTeletextPlayer::getContent() {
+  const Lock lock(_lock);
+  return _content;
 }
 
 void BroadcastTeletextPlayer::setCanvas(Canvas* canvas) {

@@ -27,6 +27,7 @@ class BroadcastTeletextPlayer : public Player {
   bool isMuted() override;
   bool setTeletextPage(unsigned page, unsigned subpage) override;
   bool changeTeletextPage(VmTeletextPageCmd command) override;
+  AvContent* getContent() override;
 
   virtual void handleImageReceived(FFPic* picture);  // on a middleware thread
 
