@@ -23,7 +23,7 @@ class DailyRefresh : public TimerListener {
   void arm(std::int64_t now);
 
   const std::function<void()> _refresh;
-  std::int64_t _day;  // the timer's thread's, after construction
+  std::int64_t _day = 0;  // the timer's thread's, after construction
   VmTimer _timer;
 };
 

@@ -9,7 +9,8 @@
 namespace host {
 namespace {
 
-constexpr std::int64_t LOOK_INTERVAL = 3600;  // seconds; for clocks that jump
+constexpr std::int64_t HOUR = 3600;
+constexpr std::int64_t LOOK_INTERVAL = HOUR;  // for clocks that jump
 
 std::tm localFields(std::int64_t time) {
   const auto seconds = static_cast<std::time_t>(time);
@@ -25,20 +26,23 @@ std::int64_t dayOf(std::int64_t time) {
   return static_cast<std::int64_t>(fields.tm_year) * MOST_DAYS + fields.tm_yday;
 }
 
-// Where a day begins at one o'clock, since midnight is left out, it is that.
+// Where a day begins at one o'clock, since midnight is left out, it is that; where midnight comes twice, the first.
 std::int64_t nextMidnight(std::int64_t time) {
   std::tm fields = localFields(time);
   fields.tm_mday += 1;
   fields.tm_hour = fields.tm_min = fields.tm_sec = 0;
   fields.tm_isdst = -1;
-  return std::mktime(&fields);
+  const std::int64_t midnight = std::mktime(&fields);
+  return dayOf(midnight - 1) == dayOf(midnight) ? midnight - HOUR : midnight;
 }
 
 }  // namespace
 
-DailyRefresh::DailyRefresh(std::function<void()> refresh) : _refresh(std::move(refresh)), _day(dayOf(now())) {
+DailyRefresh::DailyRefresh(std::function<void()> refresh) : _refresh(std::move(refresh)) {
+  const std::int64_t time = now();
+  _day = dayOf(time);
   _timer.addTimerListener(this);
-  arm(now());
+  arm(time);
 }
 
 DailyRefresh::~DailyRefresh() {

@@ -45,6 +45,7 @@ TEST(DailyRefresh, ComesOnceAtEachLocalMidnight) {
       {"west of Greenwich", "<-05>5", 1'795'410'000, 1'795'496'400},
       {"a day of 23 hours", "CET-1CEST,M3.5.0,M10.5.0/3", 1'774'738'800, 1'774'821'600},
       {"a day of 25 hours", "CET-1CEST,M3.5.0,M10.5.0/3", 1'792'879'200, 1'792'969'200},
+      {"a midnight that comes twice", "<-01>1<+00>,M3.5.0/0,M10.5.0/1", 1'792'886'400, 1'792'976'400},
       {"a day that begins at one", "<-04>4<-03>,M9.1.6/24,M4.1.6/24", 1'788'667'200, 1'788'750'000},
   };
   for (const Row& row : rows) {
