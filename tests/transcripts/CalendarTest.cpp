@@ -81,6 +81,20 @@ TEST_F(Calendars, FindStartsByCalendarFields) {
   }
 }
 
+/// Which of two midnights the library gives depends on the season that it was asked about before.
+TEST_F(Calendars, BeginDaysAtTheFirstOfTwoMidnights) {
+  in("CET-1CEST,M3.5.0,M11.1.0/1");  // goes back to midnight on the 1st of November 2026
+  constexpr std::int64_t FIRST = 1793484000;
+  for (const char* const season : {"2026-01-05 00:00", "2026-07-05 00:00"}) {
+    at(season);
+    EXPECT_EQ(calendar::startOfDay(FIRST + 7200), FIRST) << season;
+    at(season);
+    EXPECT_EQ(calendar::monthWindow(FIRST + 40 * 86400, -1, 1).start, FIRST) << season;
+    at(season);
+    EXPECT_EQ(calendar::monthWindow(FIRST + 40 * 86400, -2, 1).end, FIRST) << season;
+  }
+}
+
 TEST_F(Calendars, CountTheWeeksOfAMonth) {
   in("Europe/Berlin");
   std::string weeks;

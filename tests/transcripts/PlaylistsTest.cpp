@@ -43,6 +43,10 @@ TEST_F(Playlists, OfTheLastDaysOfAMonthKeepASixthWeek) {
   EXPECT_EQ(spans(recorder->getRecordings()), expected("playlists_late"));
   recorder->refresh();  // the months begin where the sixth week was
   EXPECT_EQ(spans(recorder->getRecordings()), expected("playlists_late_refreshed"));
+  stage.time = JULY_30 + 2 * DAY + NOON;
+  recorder->refresh();
+  EXPECT_NE(spans(recorder->getRecordings()).find(" recordings.playlist.weeks.two -1 -1 "), std::string::npos)
+      << "a spare one again, by its old name";
 }
 
 TEST_F(Playlists, TakeWhatStartsStrictlyInside) {
@@ -88,6 +92,33 @@ TEST_F(Playlists, TellWhatARefreshChanges) {
   stage.drop();
   recorder->refresh();
   EXPECT_EQ(told(), expected("playlists_told"));
+  EXPECT_EQ(listsOf(recorder->getScheduled().front()), "schedulings.playlist.all schedulings.playlist.tuesday ");
+}
+
+TEST_F(Playlists, KeepATimerThatMovesToAnotherDayWhereItWas) {
+  openAt(JUNE_5 + NOON);
+  Scheduling* const first = record("First", JUNE_5 + 80000, JUNE_5 + 80600);
+  record("Second", JUNE_5 + 80001, JUNE_5 + 80600);
+  describe(TIMER, "First", JUNE_5 + DAY + 60, JUNE_5 + DAY + 120);
+  stage.drop();
+  recorder->modifyScheduling(first, JUNE_5 + DAY + 60, JUNE_5 + DAY + 120, "First");
+  EXPECT_EQ(told(),
+            "INFO modifyScheduling\ndurix_recorder_modify_timer(900,1686009660,1686009720,30,First)\n"
+            "> playlist schedulings.playlist.all [First]\nINFO Timer modified ok\n");
+  EXPECT_EQ(listsOf(first), "schedulings.playlist.all schedulings.playlist.monday ");
+  Playlist* const all = recorder->getSchedulings().front();
+  EXPECT_EQ(all->indexOf(first), 1) << "sorted anew";
+  all->sortClips(Playlist::SORT_BY_NAME);
+  EXPECT_EQ(all->indexOf(first), 1) << "by time only";
+}
+
+/// A list that has it already is passed over, so that it may come into a second one.
+TEST_F(Playlists, TakeARecordingThatStartsTwiceTwice) {
+  openAt(JUNE_5 + NOON);
+  record("Film", JUNE_5 - 7 * DAY, JUNE_5 + DAY);
+  sendTimer(DURIX_EVENT_TIMER_ACTIVE, TIMER);
+  sendTimer(DURIX_EVENT_TIMER_ACTIVE, TIMER);
+  EXPECT_EQ(listsOf(recorder->getRecorded().front()), "recordings.playlist.weeks.one recordings.playlist.month.may ");
 }
 
 TEST_F(Playlists, OfRecordingsAreMissedWhenThereAreNone) {

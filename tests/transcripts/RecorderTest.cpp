@@ -95,7 +95,8 @@ TEST_F(Recorders, AreActivatedOnce) {
   store(50, "Old", NOW - 900, NOW - 600);
   store(50, "Old again", NOW - 900, NOW - 600);
   keepTimer(60, "Kept", NOW + 100, NOW + 200);
-  describe(61, "Elsewhere", NOW + 100, NOW + 200, "Nowhere");
+  describe(61, "Elsewhere", NOW + 100, NOW + 200);
+  stage.numbers[{61, DURIX_ATTRIBUTE_ORIGINAL_NETWORK_ID}] = 9;  // a channel of that name is not in this network
   stage.listedTimers.push_back({DURIX_OBJECT_TIMER, 61, 0});
   Playlist favourites(1, plugin, 0);
   plugin->updateFavoritePlaylist(&favourites);
@@ -124,7 +125,9 @@ TEST_F(Recorders, AreActivatedOnce) {
   EXPECT_TRUE(recorder->getScheduled().empty());
   EXPECT_TRUE(recorder->getSchedulings().empty());
   EXPECT_EQ(recorder->getRecorded().size(), 1U);
+  stage.listedTimers.push_back(stage.listedTimers.front());
   plugin->initializeRecorder();
+  EXPECT_EQ(recorder->getScheduled().size(), 2U) << "one for each identifier";
   EXPECT_EQ(recorder->getSchedulings().size(), 8U) << "built again";
 }
 
@@ -142,7 +145,8 @@ TEST_P(RecordedTimes, AreChecked) {
   announce(EVENT, "News", GetParam().start, GetParam().end);
   openRecorder();
   program()->setIntProperty("duration", GetParam().duration);
-  describe(TIMER, "News", GetParam().start, GetParam().sentEnd);
+  record("Before", NOW - 100, NOW - 99);
+  describe(stage.nextTimer, "News", GetParam().start, GetParam().sentEnd);
   lastError();
   stage.drop();
   Scheduling* const scheduling = recorder->record(program());
@@ -153,6 +157,9 @@ TEST_P(RecordedTimes, AreChecked) {
   const std::string lines = told();
   EXPECT_EQ(lines.find(added) != std::string::npos, scheduling != nullptr) << lines;
   EXPECT_EQ(lines.find("ERR Error adding recording timer\n") != std::string::npos, scheduling == nullptr) << lines;
+  EXPECT_EQ(program()->isScheduledForRecording(), scheduling != nullptr);
+  EXPECT_EQ(program()->hasTag("Recorded"), scheduling != nullptr);
+  EXPECT_EQ(recorder->getScheduled().front() == scheduling, scheduling != nullptr) << "the latest start first";
 }
 
 INSTANTIATE_TEST_SUITE_P(All, RecordedTimes,
@@ -171,7 +178,7 @@ TEST_F(Recorders, KeepTimersOfProgrammesAndRanges) {
   describe(TIMER, "News", NOW + 100, NOW + 200);
   Scheduling* const news = recorder->record(program());
   stage.note("-- range");
-  Scheduling* const range = record("Evening", 0, NOW + 500);
+  Scheduling* const range = record("Evening", -1, NOW + 500);
   EXPECT_EQ(recorder->getScheduled().front(), news) << "the latest start first";
   stage.note("-- found");
   EXPECT_EQ(recorder->getSchedulingForProgram(program(0)), range) << "the last of those that cover it";
@@ -223,12 +230,17 @@ TEST_F(Recorders, SayWhyTheMiddlewareRefused) {
 }
 
 TEST_F(Recorders, CutNamesBetweenCharacters) {
-  openRecorder();
   const std::string ascii(253, 'a');
+  stage.texts[{ONE, DURIX_ATTRIBUTE_NAME}] = ascii + "bc";
+  openRecorder();
   for (const auto& [name, sent] : {std::pair{ascii + "bc", ascii + "b"}, {ascii + "\xC3\xA4", ascii}}) {
-    recorder->record(name, channel(ONE), NOW + 5, NOW + 6);
+    Scheduling* const scheduling = recorder->record(name, channel(ONE), NOW + 5, NOW + 6);
+    EXPECT_NE(told().find(",30," + sent + ")\n"), std::string::npos) << name;
+    recorder->modifyScheduling(scheduling, NOW + 5, NOW + 6, name);
     EXPECT_NE(told().find(",30," + sent + ")\n"), std::string::npos) << name;
   }
+  recorder->timeshift(channel(ONE), 5);
+  EXPECT_NE(told().find(",0," + ascii + "b)\n"), std::string::npos) << "the channel's";
 }
 
 TEST_F(Recorders, KeepOneTimeshift) {
@@ -254,6 +266,11 @@ TEST_F(Recorders, KeepOneTimeshift) {
   stage.drop();
   recorder->deactivate();
   EXPECT_EQ(told(), expected("recorder_timeshift_deactivated"));
+  plugin->initializeRecorder();
+  plugin->getOptions()->front()->getOption("settings.option.id.timeshift.length")->setValue(0);
+  stage.drop();
+  recorder->timeshift(channel(ONE), 0);
+  EXPECT_NE(told().find(",1,0,0,0,One)\n"), std::string::npos) << "without an end";
 }
 
 TEST_F(Recorders, DeleteRecordings) {
@@ -275,6 +292,7 @@ TEST_F(Recorders, DeleteRecordings) {
   EXPECT_TRUE(recorder->deleteRecording(old));
   EXPECT_FALSE(recorder->deleteRecording(old)) << "the host may still hold it";
   EXPECT_EQ(told(), expected("recorder_deleted"));
+  EXPECT_FALSE(old->isFavorite());
   EXPECT_EQ(recorder->getRecorded().size(), 1U);
   EXPECT_EQ(favourites.getSize(), 0U);
 }

@@ -13,6 +13,11 @@ namespace {
 constexpr int NOW = 1000000;
 constexpr std::uint32_t EVENT = 500;
 
+struct Namesake : Service {
+  using Service::Service;
+  std::vector<Program*> getPrograms(bool) override { return {}; }
+};
+
 class Timers : public testing::Test, protected RecordingRoom {
  protected:
   /// A running recording of a range that covers the programme.
@@ -37,6 +42,7 @@ TEST_F(Timers, RunAndLeaveTheirRecording) {
   EXPECT_EQ(scheduling->getTargetRecording(), recording());
   EXPECT_EQ(recording()->getStartTimeT(), NOW - 5) << "the timer's";
   EXPECT_EQ(recording()->getEndTimeT(), NOW + 500);
+  EXPECT_EQ(recording()->getStartTime(), std::to_string(NOW - 5) + "Z");
   EXPECT_EQ(recording()->getEndTime(), std::to_string(NOW + 500) + "Z");
   EXPECT_EQ(marks(program()) + " " + marks(channel(ONE)) + " " + marks(recording()) + " " + marks(scheduling),
             "RA R A A");
@@ -74,6 +80,58 @@ TEST_F(Timers, AreCancelledWhileTheyRecord) {
   EXPECT_EQ(marks(program()) + marks(recording()), "");
   EXPECT_EQ(marks(channel(ONE)), "R") << "the other one still records it";
   EXPECT_EQ(marks(second) + marks(waiting), "A");
+}
+
+/// What a timer does not know of its times the recording keeps; its programmes and receivers are marked anew.
+TEST_F(Timers, MarkAnewWhenTheyStart) {
+  announce(EVENT, "News", NOW + 100, NOW + 200);
+  openRecorder();
+  Scheduling* const scheduling = record("Evening", NOW - 5, NOW + 500);
+  Scheduling* const waiting = record("Morning", NOW + 700, NOW + 800);
+  Tag* const active = TagFactory::getInstance()->getTag("IsActiveRecording", "IsActiveRecording", "");
+  program()->removeTag(TagFactory::getInstance()->getTag("Recorded", "Recorded", ""));
+  program()->setScheduledForRecording(false);
+  describe(RECORDING, "Written", NOW, NOW + 50);
+  scheduling->setStartTimeT(0);
+  scheduling->setEndTimeT(0);
+  scheduling->setStartTime("");
+  scheduling->setEndTime("");
+  stage.nextTimer = RECORDING;
+  sendTimer(DURIX_EVENT_TIMER_ACTIVE, TIMER);
+  EXPECT_EQ(recording()->getStartTimeT(), NOW);
+  EXPECT_EQ(recording()->getEndTimeT(), NOW + 50);
+  EXPECT_EQ(recording()->getStartTime() + recording()->getEndTime(), "1000000Z1000050Z");
+  EXPECT_EQ(marks(program()), "RA");
+  EXPECT_TRUE(program()->isScheduledForRecording());
+  scheduling->removeTag(active);
+  waiting->addTag(active);
+  Scheduling* const cancelled = record("Night", NOW + 900, NOW + 950);
+  EXPECT_TRUE(recorder->cancelScheduling(cancelled));
+  EXPECT_EQ(marks(scheduling) + marks(waiting), "A") << "the active one only";
+  program()->setScheduledForRecording(false);
+  scheduling->setEndTimeT(NOW);
+  recorder->refresh();
+  EXPECT_TRUE(program()->isScheduledForRecording()) << "found running";
+}
+
+/// Nothing of the recorder points at what a scan deletes, not even what has ended.
+TEST_F(Timers, LetGoOfChannelsAndProgrammes) {
+  announce(EVENT, "News", NOW + 100, NOW + 200);
+  openRecorder();
+  Scheduling* const ended = running();
+  Recording* const timeshift = recorder->timeshift(channel(ONE), 60);
+  stage.failing["durix_recorder_remove_recording"] = 1;
+  recorder->endTimeshift(timeshift);
+  sendTimer(DURIX_EVENT_TIMER_DEACTIVE, TIMER);
+  stage.nextTimer = RECORDING + 1;
+  Scheduling* const waiting = record("Night", NOW + 50, NOW + 600);
+  Recording* const second = recorder->timeshift(channel(TWO), 60);
+  ASSERT_EQ(waiting->getTargetPrograms().size(), 1U);
+  dynamic_cast<BroadcastRecorder&>(*recorder).forgetTargets();
+  for (const TimedClip* const clip : std::initializer_list<TimedClip*>{ended, timeshift, waiting, second}) {
+    EXPECT_EQ(clip->getTargetService(), nullptr);
+    EXPECT_TRUE(clip->getTargetPrograms().empty());
+  }
 }
 
 TEST_F(Timers, EndWithTheDevice) {
@@ -152,6 +210,8 @@ TEST_F(Timers, AreFoundRunning) {
   for (Scheduling* const scheduling : recorder->getScheduled()) {
     EXPECT_EQ(scheduling->getTargetRecording(), scheduling->isActive() ? recording() : nullptr);
   }
+  EXPECT_TRUE(recorder->deleteRecording(recording()));
+  for (Scheduling* const scheduling : recorder->getScheduled()) EXPECT_EQ(scheduling->getTargetRecording(), nullptr);
 }
 
 TEST_F(Timers, MarkProgrammesThatLieWhollyInside) {
@@ -164,7 +224,7 @@ TEST_F(Timers, MarkProgrammesThatLieWhollyInside) {
   const std::vector<Row> rows = {{"whole", 0, 3600, true},      {"middle", 900, 2700, true},
                                  {"before", -300, 1800, false}, {"after", 3000, 3601, false},
                                  {"first", 0, 1, true},         {"last", 3600, 3600, true},
-                                 {"other", 3601, 4000, false}};
+                                 {"other", 3601, 4000, false},  {"endless", 900, -1, false}};
   std::uint32_t id = EVENT;
   for (const Row& row : rows) announce(id++, row.title, NOW + 100 + row.start, NOW + 100 + row.end);
   openRecorder();
@@ -189,6 +249,10 @@ TEST_F(Timers, FindTheirProgrammesInNewGuideData) {
   auto& own = dynamic_cast<BroadcastRecorder&>(*recorder);
   own.notifyProgramUpdate(plugin, channel(TWO), nullptr);
   EXPECT_EQ(told(), "");
+  Namesake namesake(99, plugin);
+  namesake.setName("One");
+  own.notifyProgramUpdate(plugin, &namesake, nullptr);
+  EXPECT_TRUE(told().starts_with("INFO Finding recording :Evening from 0 programs\n")) << "channels are told by name";
   own.notifyProgramUpdate(plugin, channel(ONE), nullptr);
   own.notifyProgramUpdate(plugin, channel(ONE), nullptr);  // it has its programmes
   EXPECT_EQ(told(),
@@ -226,6 +290,43 @@ TEST_F(WorstMoments, ATimerThatEndsInsideItsOwnRemovalEndsOnce) {
   EXPECT_TRUE(recorder->cancelScheduling(scheduling));
   EXPECT_EQ(told("deactive Evening"), 1);
   EXPECT_TRUE(recorder->getScheduled().empty());
+}
+
+TEST_F(WorstMoments, ATimerThatEndsWhileItsRecordingIsAskedForEndsOnce) {
+  openRecorder();
+  for (const std::uint32_t event : {DURIX_EVENT_TIMER_ACTIVE, DURIX_EVENT_TIMER_DEACTIVE}) {
+    const std::uint32_t timer = stage.nextTimer;
+    record("Evening", NOW + 5, NOW + 500);
+    stage.during["durix_recorder_get_recording"] = [this, timer] {
+      stage.during.clear();
+      sendTimer(DURIX_EVENT_TIMER_DEACTIVE, timer);
+    };
+    sendTimer(event, timer);
+    EXPECT_EQ(told("deactive Evening"), 1) << event;
+    EXPECT_TRUE(recorder->getRecorded().empty()) << event;
+  }
+  const std::uint32_t timer = stage.nextTimer;
+  record("Evening", NOW - 5, NOW + 500);
+  stage.during["durix_recorder_get_recording"] = [this, timer] {
+    stage.during.clear();
+    sendTimer(DURIX_EVENT_TIMER_DEACTIVE, timer);
+  };
+  recorder->refresh();
+  EXPECT_EQ(told("active Evening"), 0);
+}
+
+TEST_F(WorstMoments, EventsForARecorderThatHasGoneDoNothing) {
+  openRecorder();
+  const std::vector<Stage::Registration> registered = stage.registrations;
+  stage.failing["durix_callback_remove(handle,27)"] = 1;
+  recorder = nullptr;
+  stage.close();
+  const auto isSecondTry = [](const std::string& line) { return line == "durix_callback_remove(null,27)"; };
+  EXPECT_EQ(stage.takeIf(isSecondTry).size(), 1U) << "as it was registered";
+  plugin = static_cast<BroadcastPluginImpl*>(stage.startedPlugin());
+  stage.registrations = registered;
+  sendTimer(DURIX_EVENT_TIMER_ACTIVE, TIMER);
+  EXPECT_EQ(stage.take(), Lines{});
 }
 
 TEST_F(WorstMoments, ATimerThatIsCancelledInANoticeOfItsMakingIsListedNowhere) {

@@ -448,9 +448,9 @@ bool BroadcastRecorder::setRecordingDirectory(std::string path) {
 }
 
 std::string BroadcastRecorder::getRecordingDirectory() {
-  MwText path;
-  if (durix_property_get(_durixHandle, DURIX_PROPERTY_RECORDINGS_DIRECTORY, path.out()) != DURIX_OK) return {};
-  return path.str();
+  char* path = nullptr;
+  if (durix_property_get(_durixHandle, DURIX_PROPERTY_RECORDINGS_DIRECTORY, &path) != DURIX_OK) return {};
+  return MwText(path).str();
 }
 
 void BroadcastRecorder::timerActivating(durix_event_data* data) {
@@ -481,9 +481,10 @@ void BroadcastRecorder::notifyProgramUpdate(Plugin* /*plugin*/, Service* service
 
 void BroadcastRecorder::forgetTargets() {
   const Lock lock(_mutex);
-  for (Scheduling* const scheduling : _clips.schedulings()) {
-    scheduling->setTargetService(nullptr);
-    for (AvContent* const program : scheduling->getTargetPrograms()) scheduling->removeTargetProgram(program);
+  // Those that are over too: the host may still read them.
+  for (TimedClip* const clip : _clips.everyOne()) {
+    clip->setTargetService(nullptr);
+    for (AvContent* const program : clip->getTargetPrograms()) clip->removeTargetProgram(program);
   }
   if (Recording* const running = _timeshiftRecording) running->setTargetService(nullptr);
   for (Recording* const orphan : _orphans) orphan->setTargetService(nullptr);

@@ -36,11 +36,14 @@ ostiv_tm fieldsOf(std::int64_t time) {
   return fields;
 }
 
-/// Midnight of the calendar day in `fields`; the library decides about daylight-saving time.
+/// Midnight of the calendar day in `fields`; the library decides about daylight-saving time. On a day that has two,
+/// since the clock goes back to midnight, the library may give either, now this one, now that: the first one counts.
 std::int64_t midnight(ostiv_tm fields) {
+  constexpr std::int64_t HOUR = 3600;
   fields.hour = fields.minute = fields.second = 0;
   fields.daylight = -1;
-  return ostiv_mktime(&fields);
+  const std::int64_t time = ostiv_mktime(&fields);
+  return fieldsOf(time - HOUR).day == fieldsOf(time).day ? time - HOUR : time;
 }
 
 std::int64_t firstOfMonth(int month, int year) {

@@ -41,6 +41,16 @@ std::vector<Recording*> ClipRegistry::recordings() const {
   return _recordings;
 }
 
+std::vector<TimedClip*> ClipRegistry::everyOne() const {
+  const Lock lock(_listMutex);
+  std::vector<TimedClip*> clips(_schedulings.begin(), _schedulings.end());
+  clips.insert(clips.end(), _recordings.begin(), _recordings.end());
+  for (const auto& retired : _retired) {
+    if (auto* const clip = dynamic_cast<TimedClip*>(retired.get())) clips.push_back(clip);
+  }
+  return clips;
+}
+
 void ClipRegistry::add(Scheduling* scheduling) {
   const Lock lock(_listMutex);
   _schedulings.push_back(scheduling);

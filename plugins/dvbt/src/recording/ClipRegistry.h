@@ -20,6 +20,8 @@ class ClipRegistry {
   std::vector<Scheduling*> schedulings() const;  // after `sortSchedulings` from the latest start to the earliest
   std::vector<Recording*> recordings() const;    // in the order they were added
 
+  std::vector<TimedClip*> everyOne() const;  // retired ones too
+
   void add(Scheduling* scheduling);
   void add(Recording* recording);
   bool contains(const Scheduling* scheduling) const;  // by identity; the object is not looked at

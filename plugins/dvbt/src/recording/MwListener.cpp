@@ -1,9 +1,11 @@
 #include "recording/MwListener.h"
 
 #include <array>
+#include <set>
 
 #include "support/Border.h"
 #include "support/Gate.h"
+#include "support/Lock.h"
 #include "support/Log.h"
 
 namespace {
@@ -17,7 +19,23 @@ const std::array<durix_callback_entry, 4> CALLBACKS{{
     {DURIX_EVENT_RECORDER_DEVICE_FULL, &MwListener::callback_recorder_device_full},
 }};
 
+/// Those that there are: a middleware may still hold one that has gone. Never destroyed, since callbacks may come late.
+struct Living {
+  RankedMutex mutex{LockRank::Leaf};
+  std::set<const void*> listeners BC_GUARDED_BY(mutex);
+};
+
+Living& living() {
+  static Living* const instance = new Living;
+  return *instance;
+}
+
 }  // namespace
+
+MwListener::MwListener(TimerEventHandler* owner) : _owner(owner) {
+  const Lock lock(living().mutex);
+  living().listeners.insert(this);
+}
 
 void MwListener::registerCallbacks() {
   for (const durix_callback_entry& entry : CALLBACKS) {
@@ -31,10 +49,13 @@ MwListener::~MwListener() {
     if (durix_callback_remove(_owner->durixHandle(), entry.event, entry.handler) == DURIX_OK) continue;
     durix_callback_remove(nullptr, entry.event, entry.handler);
   }
+  const Lock lock(living().mutex);
+  living().listeners.erase(this);
 }
 
 TimerEventHandler* MwListener::ownerOf(void* user) {
-  return user == nullptr ? nullptr : static_cast<MwListener*>(user)->_owner;
+  const Lock lock(living().mutex);
+  return living().listeners.contains(user) ? static_cast<MwListener*>(user)->_owner : nullptr;
 }
 
 void MwListener::enter(void* user, durix_event_data* data, void (TimerEventHandler::*handle)(durix_event_data*)) {

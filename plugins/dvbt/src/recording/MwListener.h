@@ -18,7 +18,7 @@ class TimerEventHandler {
 /// Stands between the middleware's four recorder events and the recorder that owns it.
 class MwListener {
  public:
-  explicit MwListener(TimerEventHandler* owner) : _owner(owner) {}
+  explicit MwListener(TimerEventHandler* owner);
   MwListener(const MwListener&) = delete;
   MwListener& operator=(const MwListener&) = delete;
   ~MwListener();  // unregisters; the middleware and the gate see to it that no event is being handled
@@ -31,7 +31,7 @@ class MwListener {
   static void callback_recorder_device_full(durix_event_data* data, void* user);
 
  private:
-  static TimerEventHandler* ownerOf(void* user);
+  static TimerEventHandler* ownerOf(void* user);  // null when there is no such listener (any more)
   static void enter(void* user, durix_event_data* data, void (TimerEventHandler::*handle)(durix_event_data*));
 
   TimerEventHandler* const _owner;

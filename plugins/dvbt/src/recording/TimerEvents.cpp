@@ -42,6 +42,7 @@ void TimerEvents::timerActive(const durix_event_data* data) {
     return;
   }
   durix_esg_object* const object = _host.recordingOf(scheduling);
+  if (!_parts.clips.contains(scheduling)) return;  // the middleware has ended it while it was asked
   Recording* recording = object == nullptr ? nullptr : _parts.clips.findRecording(object->id);
   if (recording == nullptr && object != nullptr) {
     recording = _host.createRecording(object);
@@ -116,6 +117,7 @@ void TimerEvents::timerDeactive(const durix_event_data* data) {
   }
   unmarkPrograms(scheduling, true);
   const durix_esg_object* const object = _host.recordingOf(scheduling);
+  if (!_parts.clips.contains(scheduling)) return;  // ended while the middleware was asked
   if (Recording* const recording = object == nullptr ? nullptr : _parts.clips.findRecording(object->id)) {
     recording->setActive(false);
     BC_INFO(LOG, "r->removeTag(_isActiveRecordingTag)");
@@ -175,6 +177,7 @@ void TimerEvents::checkImmediatelyStartingRecordings() {
     scheduling->setActive(true);
     for (AvContent* const program : scheduling->getTargetPrograms()) setScheduledForRecording(program, true);
     const durix_esg_object* const object = _host.recordingOf(scheduling);
+    if (!_parts.clips.contains(scheduling)) continue;
     if (Recording* const recording = object == nullptr ? nullptr : _parts.clips.findRecording(object->id)) {
       scheduling->setTargetRecording(recording);
     }
