@@ -55,7 +55,7 @@ TEST_F(PacerTest, WaitsForNoJump) {
 // Several programmes have clocks of their own, and packets of all of them are lost at once.
 TEST_F(PacerTest, CountsAGapInAllClocksOnce) {
   std::int64_t last = 0;
-  for (const std::uint64_t time : {0, 40, 80, 580, 620, 660}) {
+  for (const std::uint64_t time : {0U, 40U, 80U, 580U, 620U, 660U}) {
     for (std::uint16_t i = 0; i < 6; ++i) {
       last = clock(time + std::uint64_t{1'000'000} * i, milliseconds(last), static_cast<std::uint16_t>(0x100 + i));
     }
