@@ -29,6 +29,8 @@ class TeletextDecoder {
 
   /// A transport packet of the PID.
   void feed(const PacketView& packet) { _packets.feed(packet); }
+  /// The next packet does not continue those before.
+  void interrupt() { _packets.drop(); }
 
   /// The page as it came last, its clock as the newest header has it; subpage 0 is the one that came last. Nothing when
   /// it has not come.

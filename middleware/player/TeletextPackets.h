@@ -24,8 +24,10 @@ class TeletextPackets {
   /// A transport packet of the PID.
   void feed(const PacketView& packet);
 
- private:
+  /// What is in progress is not continued; nor is anything before it.
   void drop();
+
+ private:
   void finishWhole();
   void takeUnits(std::span<const std::uint8_t> units);
 

@@ -1,8 +1,10 @@
 #include "middleware/player/TeletextPlayer.h"
 
 #include <algorithm>
+#include <string>
 
 #include "middleware/api/Instance.h"
+#include "middleware/portability/Log.h"
 
 namespace durix {
 namespace {
@@ -33,6 +35,12 @@ void TeletextPlayer::setRenderData(const durix_render_data& data) {
 void TeletextPlayer::start() {
   const std::scoped_lock lock(_receptionMutex);
   if (_isStopped) throw Failure(Code::NoInstance);
+  tune();
+  _isStarted = true;
+  _screen.setShown(true);
+}
+
+void TeletextPlayer::tune() {
   if (_reception != nullptr && !_hasEnded) return;
   _reception.reset();
   _hasEnded = false;
@@ -41,11 +49,22 @@ void TeletextPlayer::start() {
   const ServiceReception::Parts parts{_instance.tuners(), _instance.store(), _instance.events()};
   ServiceTaker& taker = *this;
   _reception = std::make_unique<ServiceReception>(parts, chosen.back().service, ReceiverUse::Live, taker);
-  _screen.setShown(true);
+}
+
+// A receiver that was taken may be free again by the time that somebody wants to read on.
+void TeletextPlayer::resume() {
+  const std::scoped_lock lock(_receptionMutex);
+  if (!_isStarted || _isStopped) return;
+  try {
+    tune();
+  } catch (const Failure& failure) {  // the pages that have come stay
+    logLine(std::string("teletext: ") + failure.what());
+  }
 }
 
 void TeletextPlayer::end() {
   const std::scoped_lock lock(_receptionMutex);
+  _isStarted = false;
   _screen.setShown(false);
   _reception.reset();
 }
@@ -65,9 +84,11 @@ void TeletextPlayer::stop() noexcept {
 
 void TeletextPlayer::setTeletextPage(std::uint32_t page, std::uint32_t subpage) {
   _screen.show({page, subpage});
+  resume();
 }
 
 void TeletextPlayer::changeTeletextPage(std::uint32_t command) {
+  resume();
   _screen.change(command);
 }
 

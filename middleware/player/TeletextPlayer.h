@@ -31,15 +31,18 @@ class TeletextPlayer : public Player, private ServiceTaker {
  private:
   void takeProgram(const Program& program) override;
   void takePacket(const PacketView& packet) override;
+  void beginAgain() override { _screen.interrupt(); }
   void end(PacketTaker::End reason) override;
 
+  void tune();  // _receptionMutex is held; throws Failure
+  void resume();
   void feedsChanged() override;
   void chooseStreams(const Program& program);
 
   Instance& _instance;
   TeletextScreen _screen;
 
-  std::atomic<bool> _hasEnded = false;  // nothing comes any more: a start begins anew
+  std::atomic<bool> _hasEnded = false;  // nothing comes any more, until it is tuned again
 
   // guarded by _programMutex, above the feeds' and the screen's
   std::mutex _programMutex;
@@ -47,6 +50,7 @@ class TeletextPlayer : public Player, private ServiceTaker {
 
   // guarded by _receptionMutex, above the others: one start or end at a time; no handler runs in it
   std::mutex _receptionMutex;
+  bool _isStarted = false;
   bool _isStopped = false;
   std::unique_ptr<ServiceReception> _reception;  // last: nothing comes when it is gone
 };

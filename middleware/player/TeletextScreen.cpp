@@ -201,6 +201,11 @@ void TeletextScreen::feed(const PacketView& packet) {
   _state->hasNews = _state->hasNews || hadNews;
 }
 
+void TeletextScreen::interrupt() {
+  const std::scoped_lock lock(_state->mutex);
+  for (const State::Carousel& carousel : _state->carousels) carousel.decoder->interrupt();
+}
+
 void TeletextScreen::setShown(bool isShown) {
   const std::scoped_lock lock(_state->mutex);
   _state->isShown = isShown;

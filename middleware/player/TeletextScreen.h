@@ -42,6 +42,8 @@ class TeletextScreen {
 
   /// A packet of the multiplex.
   void feed(const PacketView& packet);
+  /// The next packet does not continue those before.
+  void interrupt();
 
   void setShown(bool isShown);  // nothing is handed out while it is not
   void setPaused(bool isPaused);

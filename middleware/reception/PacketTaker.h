@@ -27,6 +27,10 @@ class PacketTaker {
 
   virtual void take(const PacketView& packet) = 0;
 
+  /// A file begins again with the next packet, which does not continue what was in progress. Clocks and counters do not
+  /// show it.
+  virtual void beginAgain() {}
+
   /// The last call.
   virtual void end(End reason) = 0;
 };

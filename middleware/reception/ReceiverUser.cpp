@@ -7,24 +7,27 @@
 
 namespace durix {
 
-void ReceiverUser::take(const PacketView& packet) {
-  if (!enter(false)) return;
+template <typename Call>
+void ReceiverUser::call(bool isLast, Call inside) {
+  if (!enter(isLast)) return;
   try {
-    _taker.take(packet);
-  } catch (const std::exception& error) {  // this packet is lost for it
+    inside();
+  } catch (const std::exception& error) {  // what this was about is lost for it
     logLine(std::string("reception: ") + error.what());
   }
   exit();
 }
 
+void ReceiverUser::take(const PacketView& packet) {
+  call(false, [&] { _taker.take(packet); });
+}
+
+void ReceiverUser::beginAgain() {
+  call(false, [&] { _taker.beginAgain(); });
+}
+
 void ReceiverUser::end(PacketTaker::End reason) {
-  if (!enter(true)) return;
-  try {
-    _taker.end(reason);
-  } catch (const std::exception& error) {
-    logLine(std::string("reception: ") + error.what());
-  }
-  exit();
+  call(true, [&] { _taker.end(reason); });
 }
 
 bool ReceiverUser::enter(bool isLast) {

@@ -19,6 +19,7 @@ class ReceiverUser {
   ReceiverUse use() const { return _use; }
 
   void take(const PacketView& packet);
+  void beginAgain();
 
   /// The first call only is told.
   void end(PacketTaker::End reason);
@@ -27,6 +28,8 @@ class ReceiverUser {
   void leave();
 
  private:
+  template <typename Call>
+  void call(bool isLast, Call inside);
   bool enter(bool isLast);
   void exit();
 

@@ -29,6 +29,9 @@ class ServiceTaker {
   /// Every packet of the multiplex since the first programme.
   virtual void takePacket(const PacketView& packet) = 0;
 
+  /// As a PacketTaker's.
+  virtual void beginAgain() {}
+
   /// The last call.
   virtual void end(PacketTaker::End reason) = 0;
 };
@@ -48,6 +51,7 @@ class ServiceReception : private PacketTaker {
 
  private:
   void take(const PacketView& packet) override;
+  void beginAgain() override { _taker.beginAgain(); }
   void end(End reason) override;
   void takeProgram(const Program& program);
 

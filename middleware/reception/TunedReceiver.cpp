@@ -150,6 +150,7 @@ void TunedReceiver::receive(const std::stop_token& stop) {
   Signal signal(_parts.receivers, _multiplex->tuning);
   ReceptionMeter meter;
   Pacer pacer;
+  std::uint64_t loop = 0;
   while (!stop.stop_requested()) {
     const auto packet = stream.next();
     const auto now = Clock::now();
@@ -157,7 +158,7 @@ void TunedReceiver::receive(const std::stop_token& stop) {
       const auto due = pacer.due(*packet, now);
       if (due - now > Pacer::BURST) waitUntil(due, stop);
       meter.feed(*packet);
-      handOn(*packet);
+      handOn(*packet, std::exchange(loop, stream.loops()) != stream.loops());
       if (_parts.tap != nullptr) _parts.tap->see(_multiplex->id, stream.loops(), *packet);
     } else {
       waitUntil(now + IDLE_TURN, stop);
@@ -170,13 +171,16 @@ void TunedReceiver::receive(const std::stop_token& stop) {
   }
 }
 
-void TunedReceiver::handOn(const PacketView& packet) {
+void TunedReceiver::handOn(const PacketView& packet, bool isAgain) {
   if (_usersVersion != _presentVersion) {
     const std::scoped_lock lock(_mutex);
     _present = _users;
     _presentVersion = _usersVersion;
   }
-  for (const auto& user : _present) user->take(packet);
+  for (const auto& user : _present) {
+    if (isAgain) user->beginAgain();
+    user->take(packet);
+  }
 }
 
 // What is sent now is received from its next beginning on.

@@ -72,7 +72,7 @@ class TunedReceiver {
  private:
   void run();
   void receive(const std::stop_token& stop);
-  void handOn(const PacketView& packet);
+  void handOn(const PacketView& packet, bool isAgain);
   void follow(LoopedStream& stream) const;
 
   // fixed after construction

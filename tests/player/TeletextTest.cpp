@@ -107,6 +107,19 @@ TEST(TeletextPlayer, EndsAtAnyMoment) {
   }
 }
 
+TEST(TeletextPlayer, ReadsOnWhenItsReceiverWasTaken) {
+  const auto television = frenchTelevision();
+  Teletext teletext(television);
+  ASSERT_EQ(durix_player_start(teletext.player, false), DURIX_OK);
+  EXPECT_TRUE(teletext.shows({100, 0}));
+  ASSERT_TRUE(television.middleware().scan({474'000'000})) << "a scan takes the only receiver, and gives it back";
+  EXPECT_EQ(durix_player_teletext_set_page(teletext.player, 200, 0), DURIX_OK);
+  EXPECT_TRUE(teletext.shows({200, 0}));
+  EXPECT_TRUE(eventually([&, shown = teletext.count()] { return teletext.count() >= shown + 2; }))
+      << "the clock goes on";
+  EXPECT_EQ(durix_player_destroy(teletext.player), DURIX_OK);
+}
+
 TEST(TeletextPlayer, EndsWithTheMiddleware) {
   auto television = std::make_unique<Television>(
       std::vector<std::filesystem::path>{std::filesystem::path(TV_TEST_AIR) / "474000000.ts"});

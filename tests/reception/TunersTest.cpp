@@ -39,6 +39,7 @@ class Taker : public PacketTaker {
     _clock.feed(packet);
     _changed.notify_all();
   }
+  void beginAgain() override { ++beginnings; }
   void end(End reason) override {
     const std::scoped_lock lock(_mutex);
     EXPECT_FALSE(_end) << "there is one end";
@@ -73,7 +74,8 @@ class Taker : public PacketTaker {
     return _clock.elapsed();
   }
 
-  std::function<void()> onTake;  // set before it takes anything
+  std::function<void()> onTake;          // set before it takes anything
+  std::atomic<unsigned> beginnings = 0;  // of the file, but the first
 
  private:
   mutable std::mutex _mutex;
@@ -266,6 +268,7 @@ TEST_F(TunersTest, GoesOverToAnotherStreamThatComesInItsPlace) {
   Taker taker;
   const auto share = open(1, Live, taker);
   ASSERT_TRUE(taker.comes(10));
+  EXPECT_GE(taker.beginnings, 4U) << "every second packet is the file's first";
   air(0x200);
   EXPECT_TRUE(eventually([&] { return taker.pid() == 0x200; }));
   EXPECT_FALSE(taker.hasEnded());

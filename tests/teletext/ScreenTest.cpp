@@ -167,6 +167,11 @@ TEST_F(Screen, ForgetsAPageOfWhichSomethingWasLost) {
   sendEnd();
   ASSERT_TRUE(comes(2));
   EXPECT_EQ(all()[1].text, "whole again");
+  send(0x100, 0, "half at the end of a file");
+  screen->interrupt();
+  sendEnd();
+  wait();
+  EXPECT_EQ(all().size(), 2U) << "what the file begins with may be another page's";
 }
 
 TEST_F(Screen, KeepsTheStreamThatStaysWhenOthersCome) {
