@@ -63,6 +63,18 @@ void EventQueue::post(EventRecord record) {
   _changed.notify_all();
 }
 
+void EventQueue::forget(const void* subject) {
+  {
+    const std::scoped_lock lock(_mutex);
+    std::erase_if(_events, [&](const auto& waiting) { return waiting.subject() == subject; });
+    for (const auto& known : _registrations) {
+      if (known->user == subject) known->isForInstance = known->isForAll = false;
+    }
+    std::erase_if(_registrations, [](const auto& known) { return !known->isRegistered(); });
+  }
+  _changed.notify_all();
+}
+
 bool EventQueue::waitForRoom(const std::stop_token& stop) {
   std::unique_lock lock(_mutex);
   return _changed.wait(lock, stop, [&] { return _events.size() < LONG_QUEUE || _isStopping; }) && !_isStopping;

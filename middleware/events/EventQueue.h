@@ -39,6 +39,10 @@ class EventQueue : public std::enable_shared_from_this<EventQueue> {
   /// Never waits. Statistics are dropped while the queue is long: the next ones are as good.
   void post(EventRecord record);
 
+  /// Drops what is queued about a subject, and the registrations whose user it is. Never waits: a handler that runs
+  /// with either may still do so on return.
+  void forget(const void* subject);
+
   /// Waits until the queue is short enough for somebody who produces events by the thousand; false when asked to stop.
   bool waitForRoom(const std::stop_token& stop);
 

@@ -42,6 +42,13 @@ class EventRecord {
     return *this;
   }
 
+  /// Whom it tells of: once that is forgotten, nobody is told any more.
+  EventRecord& about(const void* subject) {
+    _subject = subject;
+    return *this;
+  }
+  const void* subject() const { return _subject; }
+
   /// What a pointer in the record points to lives as long as the record does.
   EventRecord& keep(std::shared_ptr<const void> owner) {
     _kept = std::move(owner);
@@ -60,6 +67,7 @@ class EventRecord {
   }
 
   std::vector<std::uint8_t> _bytes;
+  const void* _subject = nullptr;
   std::shared_ptr<const void> _kept;
 };
 

@@ -97,9 +97,7 @@ void LivePlayback::step(Time now) {
   }
   if (_changed) commit(now);
   if (_retry && now >= *_retry) load();
-  if (!hasPlayed() && !wishes().isPaused && now - _begun > DECODER_LIMIT) {
-    throw Failure(Code::Failed, "nothing of it can be decoded");
-  }
+  if (!hasPlayed() && !wishes().isPaused && now - _begun > DECODER_LIMIT) leavePictureOut(now);
   if (_bytes != nullptr) countDropped(_dropped + _bytes->dropped());
 }
 
@@ -134,8 +132,16 @@ void LivePlayback::load() {
   _stream.play(_plan->contents, _bytes);
   countGap();
   const auto feeds = wishes().feeds;
-  play(subtitlesOf(feeds), _bytes);
+  play(subtitlesOf(feeds), _bytes, !_isSoundOnly);
   setTracks(*_plan);
+}
+
+// The decoder holds the sound back for a first picture.
+void LivePlayback::leavePictureOut(Time now) {
+  const bool hasBoth = _plan && _plan->find(DURIX_FEED_VIDEO) != nullptr && _plan->find(DURIX_FEED_AUDIO) != nullptr;
+  if (!hasBoth || std::exchange(_isSoundOnly, true)) throw Failure(Code::Failed, "nothing of it can be decoded");
+  _begun = now;
+  load();
 }
 
 // Something that cannot be read may be followed by something that can.

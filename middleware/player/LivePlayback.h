@@ -34,6 +34,7 @@ class LivePlayback : public Playback {
   void noteChanges(Time now);
   void commit(Time now);
   void load();
+  void leavePictureOut(Time now);
   void tellMissingFeeds();
 
   const ServiceReception::Parts _source;
@@ -50,6 +51,7 @@ class LivePlayback : public Playback {
   std::shared_ptr<LiveBytes> _bytes;
   std::uint64_t _dropped = 0;         // of bytes before these
   std::uint64_t _droppedAtStart = 0;  // of these, when they were last played without a gap
+  bool _isSoundOnly = false;          // no picture has come for long
   std::optional<Time> _retry;         // when the decoder is asked again
 
   // guarded by _receptionMutex, a leaf

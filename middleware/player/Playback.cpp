@@ -53,6 +53,7 @@ EventRecord playerEvent(std::uint32_t event, durix_player* handle) {
   EventRecord record(event);
   const bool isEnd = event == DURIX_PLAYER_EVENT_END_OF_MEDIA;
   record.put(isEnd ? DURIX_OFFSET_PLAYER_END_OF_MEDIA_HANDLE : DURIX_OFFSET_PLAYER_HANDLE, static_cast<void*>(handle));
+  record.about(handle);
   return record;
 }
 
@@ -104,7 +105,6 @@ void Playback::shutDown() noexcept {
   {
     const std::scoped_lock lock(_mutex);
     _isOver = true;
-    _isEnding = true;
     if (_core != nullptr) _core->wake();
   }
   if (_thread.joinable()) _thread.join();
@@ -238,7 +238,8 @@ void Playback::applyWishes() {
   }
 }
 
-void Playback::play(const Feed* subtitles, std::shared_ptr<PlayedBytes> bytes) {
+void Playback::play(const Feed* subtitles, std::shared_ptr<PlayedBytes> bytes, bool hasPicture) {
+  _core->set("vid", hasPicture ? "auto" : "no");
   _core->set("sid", subtitles == nullptr ? "no" : "1");  // the only ones
   if (subtitles != nullptr && isTeletextPage(subtitles->page)) {
     _core->set("teletext-page", std::to_string(decimalOf(subtitles->page)));

@@ -97,7 +97,7 @@ class Playback {
   void tellStarted();
   void tellEndOfMedia();
   /// `subtitles` is the feed of those that are in the bytes, and null without.
-  void play(const Feed* subtitles, std::shared_ptr<PlayedBytes> bytes);
+  void play(const Feed* subtitles, std::shared_ptr<PlayedBytes> bytes, bool hasPicture = true);
   void setTracks(const TrackPlan& plan);
   void setPosition(std::uint32_t seconds);
   void countGap();  // what passes until the decoder plays is played time: it is not played later
@@ -144,7 +144,6 @@ class Playback {
   double _position = 0;  // seconds
   Report _report;
   bool _isOver = false;
-  bool _isEnding = false;
 
   std::thread _thread;
 };

@@ -42,6 +42,7 @@ class Player : public Companion {
 
   /// By which its events tell of it. Set before anybody else knows of it.
   void setHandle(durix_player* handle) { _handle = handle; }
+  durix_player* handle() const { return _handle; }
 
   /// Returns at once: what comes of it is told by events.
   virtual void start() = 0;
@@ -59,7 +60,6 @@ class Player : public Companion {
 
  protected:
   std::vector<ChosenFeed> feeds() const;
-  durix_player* handle() const { return _handle; }
 
   /// After each change of the feeds.
   virtual void feedsChanged() {}

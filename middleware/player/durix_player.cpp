@@ -63,6 +63,12 @@ std::shared_ptr<Player> makePlayer(Instance& instance, const durix_render_data& 
   return std::make_shared<durix::VideoPlayer>(instance, data);
 }
 
+// Nobody is told of it any more.
+void finish(Player& player, Instance& instance) {
+  player.stop();
+  instance.events().forget(player.handle());
+}
+
 void checkRenderData(const durix_render_data* data) {
   need(data);
   if (data->kind > DURIX_RENDER_PICTURES) throw Failure(Code::InvalidArgument);
@@ -87,8 +93,8 @@ durix_return_code durix_player_init() {
 
 durix_return_code durix_player_deinit() {
   return guarded([] {
-    Instance::current();
-    for (const auto& owned : players().removeAll()) owned->player->stop();
+    const auto instance = Instance::current();
+    for (const auto& owned : players().removeAll()) finish(*owned->player, *instance);
   });
 }
 
@@ -105,9 +111,9 @@ durix_return_code durix_player_create(durix_player** player, const durix_render_
 }
 
 durix_return_code durix_player_destroy(durix_player* player) {
-  return withPlayer(player, [&](Player& one, Instance&) {
+  return withPlayer(player, [&](Player& one, Instance& instance) {
     players().remove(player);
-    one.stop();
+    finish(one, instance);
   });
 }
 

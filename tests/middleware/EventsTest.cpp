@@ -89,6 +89,27 @@ TEST(EventQueue, KnowsRegistrationsByEventHandlerAndUser) {
   queue->stop();
 }
 
+TEST(EventQueue, ForgetsASubjectAndItsRegistrations) {
+  const auto queue = EventQueue::create();
+  Target gone, kept, last;
+  queue->add(EVENT, Target::count, &gone, Scope::All);
+  queue->add(EVENT + 1, Target::count, &kept, Scope::Instance);
+  queue->add(EVENT + 2, Target::count, &last, Scope::Instance);
+  for (const Target* subject : {&gone, &kept}) {
+    EventRecord record(EVENT + 1);
+    record.about(subject);
+    queue->post(std::move(record));
+  }
+  queue->forget(&gone);
+  queue->post(EventRecord(EVENT));
+  queue->post(EventRecord(EVENT + 2));
+  queue->allow();
+  EXPECT_TRUE(eventually([&] { return last.calls == 1; }));
+  EXPECT_EQ(gone.calls, 0);
+  EXPECT_EQ(kept.calls, 1) << "what was about the other one is dropped";
+  queue->stop();
+}
+
 TEST(EventQueue, WaitsWithARemovalForTheHandlerThatRuns) {
   const auto queue = EventQueue::create();
   queue->allow();

@@ -140,6 +140,15 @@ TEST(LivePlayer, TellsWhyItFails) {
   EXPECT_EQ(first.count(DURIX_PLAYER_EVENT_FAILED), 0U);
 }
 
+TEST(LivePlayer, PlaysSoundWithoutAPictureThatNeverComes) {
+  if (captures().empty()) GTEST_SKIP() << "no recorded broadcasts";
+  const Television television({captures() / "ru-tricolor-dvbs-2017.ts"});  // too short for a key frame of most channels
+  Screen screen;
+  ASSERT_TRUE(screen.play(television, "Москва 24"));
+  EXPECT_TRUE(screen.waitForPosition(1)) << screen.state().failure;
+  EXPECT_EQ(screen.count(DURIX_PLAYER_EVENT_FAILED), 0U);
+}
+
 TEST(LivePlayer, SharesAReceiverAndZapsAtOnce) {
   const auto television = sampleBroadcast();
   Screen one;
@@ -185,6 +194,32 @@ TEST(LivePlayer, IsDestroyedAtAnyMoment) {
   ASSERT_TRUE(last.waitForPosition(1));
   EXPECT_EQ(television.middleware().stop(), DURIX_OK);
   EXPECT_FALSE(last.stop()) << "a late call";
+}
+
+// Ends its player when it starts.
+struct Impatient {
+  Screen screen;
+  std::atomic<bool> isOver = false;
+
+  static void started(durix_event_data*, void* user) {
+    auto& self = *static_cast<Impatient*>(user);
+    EXPECT_TRUE(self.screen.stop());
+    self.screen.destroy();
+    self.isOver = true;
+  }
+};
+
+TEST(LivePlayer, TellsNothingOnceItIsDestroyed) {
+  const auto television = sampleBroadcast();
+  Impatient first;
+  durix_callback_add(nullptr, DURIX_PLAYER_EVENT_STARTED, Impatient::started, &first);
+  ASSERT_TRUE(first.screen.play(television, "Rádio Příběh"));
+  ASSERT_TRUE(eventually([&] { return first.isOver.load(); })) << "its next event waits for the handler";
+  durix_callback_remove(nullptr, DURIX_PLAYER_EVENT_STARTED, Impatient::started);
+  Screen next;
+  ASSERT_TRUE(next.play(television, "Rádio Příběh"));
+  EXPECT_TRUE(next.waitFor(DURIX_PLAYER_EVENT_STARTED));
+  EXPECT_TRUE(television.middleware().log().events(DURIX_PLAYER_EVENT_CLOSED).empty());
 }
 
 TEST(LivePlayer, HasNoFeedForAWhile) {
