@@ -100,6 +100,7 @@ MpvCore::MpvCore(std::optional<std::uint32_t> window) {
   if (window) {
     option("wid", std::to_string(*window));
     option("vo", "gpu,xv,x11");
+    option("gpu-context", "x11egl");  // the window is one of X11, whatever else the desktop has
   } else {
     option("vo", "null");
   }
