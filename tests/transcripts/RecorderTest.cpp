@@ -25,6 +25,9 @@ TEST_F(Recorders, RefuseWhatTheyCannotDoYet) {
     const char* error;
   };
   const auto record = [this] { EXPECT_EQ(recorder->record(nullptr), nullptr); };
+  Program stray(9, plugin);
+  stray.setName("Stray");
+  const auto recordStray = [&] { EXPECT_EQ(recorder->record(&stray), nullptr); };
   const auto recordRange = [this] { EXPECT_EQ(recorder->record("x", nullptr, 0, NOW + 9), nullptr); };
   const auto timeshift = [this] { EXPECT_EQ(recorder->timeshift(nullptr, 5), nullptr); };
   const auto end = [this] { recorder->endTimeshift(nullptr); };
@@ -51,6 +54,10 @@ TEST_F(Recorders, RefuseWhatTheyCannotDoYet) {
       {"available", end, "ERR Recorder not activated yet\n", init},
       {"available", erase, "ERR Recording is NULL!\n", internal},
       {"active", record, "ERR Cannot record NULL program.\n", " "},
+      {"active", recordStray,
+       "INFO BroadcastRecorder::record: adding recording timer for program :Stray\n"
+       "ERR Program doesn't have service to record\n",
+       " "},
       {"active", recordRange, "ERR Cannot record NULL service.\n", " "},
       {"active", timeshift, "ERR Cannot timeshift NULL service.\n", " "},
       {"active", end, "ERR Recording is NULL!\n", internal},
@@ -91,6 +98,9 @@ TEST_F(Recorders, AreActivatedOnce) {
   recorder = plugin->getRecorder();
   recorder->addRecorderListener(this);
   EXPECT_EQ(lastError(), "recorder.error.init");
+  plugin->initializeRecorder();
+  EXPECT_EQ(told(),
+            "INFO BroadcastRecorder::activate()\ndurix_recorder_activate(provider 1)\nERR Error activating recorder\n");
   stage.failing.clear();
   store(50, "Old", NOW - 900, NOW - 600);
   store(50, "Old again", NOW - 900, NOW - 600);

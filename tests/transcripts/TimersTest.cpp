@@ -321,8 +321,8 @@ TEST_F(WorstMoments, EventsForARecorderThatHasGoneDoNothing) {
   stage.failing["durix_callback_remove(handle,27)"] = 1;
   recorder = nullptr;
   stage.close();
-  const auto isSecondTry = [](const std::string& line) { return line == "durix_callback_remove(null,27)"; };
-  EXPECT_EQ(stage.takeIf(isSecondTry).size(), 1U) << "as it was registered";
+  const auto isSecondTry = [](const std::string& line) { return line.starts_with("durix_callback_remove(null,"); };
+  EXPECT_EQ(stage.takeIf(isSecondTry), Lines{"durix_callback_remove(null,27)"}) << "as it was registered";
   plugin = static_cast<BroadcastPluginImpl*>(stage.startedPlugin());
   stage.registrations = registered;
   sendTimer(DURIX_EVENT_TIMER_ACTIVE, TIMER);
