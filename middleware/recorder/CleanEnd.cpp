@@ -63,12 +63,13 @@ bool cutIncompleteUnits(const std::filesystem::path& recording) {
     const auto unit = units.find(PacketView(packet).pid());
     if (unit == units.end() || at < unit->second.first) kept.insert(kept.end(), packet.begin(), packet.end());
   }
+  // Shorter first: whoever dies in between leaves a little less, and nothing twice.
+  std::filesystem::resize_file(recording, from + first, error);
+  if (error) return false;
   stream.seekp(static_cast<std::streamoff>(from + first));
   stream.write(reinterpret_cast<const char*>(kept.data()), static_cast<std::streamsize>(kept.size()));
-  if (!stream.flush()) return false;
-  stream.close();
-  std::filesystem::resize_file(recording, from + first + kept.size(), error);
-  return !error;
+  stream.flush();
+  return true;
 }
 
 }  // namespace durix

@@ -73,6 +73,8 @@ class Recorder final : public Companion {
     bool isWarned = false;
     bool isAnnounced = false;
     bool isOver = false;
+    bool isTold = false;   // that it is over
+    bool isStuck = false;  // a failure of it has been logged
     std::unique_ptr<Take> take{};
   };
 
@@ -82,6 +84,8 @@ class Recorder final : public Companion {
   void run(const std::stop_token& stop);
   static void toldHandler(durix_event_data* event, void* user);
   void handleTold(std::uint32_t timer);
+  void forgetTold();
+  bool forget(std::uint32_t timer, Progress& progress);
 
   void waitForHandlers() const;
 

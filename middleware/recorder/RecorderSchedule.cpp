@@ -52,7 +52,9 @@ void Recorder::run(const std::stop_token& stop) {
 
 // What ends comes first: it may have the receiver that another one needs.
 void Recorder::look() {
-  if (_isStopped || !_provider) return;
+  if (_isStopped) return;
+  forgetTold();
+  if (!_provider) return;
   const std::int64_t now = clock::now();
   auto timers = _instance.recordings().timers();
   std::erase_if(timers, [&](const Timer& timer) { return timer.service.receiver != _provider; });
@@ -98,11 +100,26 @@ void Recorder::handleTold(std::uint32_t timer) {
   const std::scoped_lock lock(_mutex);
   const auto progress = _progress.find(timer);
   if (_isStopped || progress == _progress.end() || !progress->second.isOver) return;
+  progress->second.isTold = true;
+  forgetTold();
+}
+
+void Recorder::forgetTold() {
+  for (auto entry = _progress.begin(); entry != _progress.end();) {
+    const bool isGone = entry->second.isTold && forget(entry->first, entry->second);
+    entry = isGone ? _progress.erase(entry) : std::next(entry);
+  }
+}
+
+// A disk that is full may have room for that later.
+bool Recorder::forget(std::uint32_t timer, Progress& progress) {
+  if (progress.take != nullptr && !progress.take->finish(Take::Ending::Over)) return false;
   try {
     _instance.recordings().removeTimer(timer);
-    _progress.erase(progress);
-  } catch (const std::exception& error) {
-    logLine(std::string("recorder: ") + error.what());  // it stays over, and goes with the next start
+    return true;
+  } catch (const Failure& failure) {
+    if (!std::exchange(progress.isStuck, true)) logLine(std::string("recorder: ") + failure.what());
+    return false;
   }
 }
 

@@ -50,9 +50,15 @@ std::filesystem::path timeShiftDirectory() {
   return made(resolved("timeshift"));
 }
 
-std::filesystem::path recordingFileName(std::uint32_t id, const std::string& title) {
+std::filesystem::path newRecordingFile(const std::filesystem::path& directory, std::uint32_t id,
+                                       const std::string& title) {
   const std::string name = legalTitle(title);
-  return std::to_string(id) + (name.empty() ? "" : " " + name) + ".ts";
+  const std::string base = std::to_string(id) + (name.empty() ? "" : " " + name);
+  auto file = directory / (base + ".ts");
+  std::error_code error;
+  for (int i = 2; std::filesystem::exists(file, error); ++i)
+    file = directory / (base + " " + std::to_string(i) + ".ts");
+  return file;
 }
 
 std::filesystem::path keptPath(const std::filesystem::path& file) {
@@ -89,12 +95,17 @@ bool describe(const Recording& recording, std::uint64_t bytes) {
                                            {"state", isRunning ? "recording" : "finished"},
                                            {"errors", recording.errors},
                                            {"bytes", bytes}};
+  const std::string text = description.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
   const auto file = descriptionOf(resolved(recording.file));
+  std::string known(text.size() + 1, '\0');
+  std::ifstream there(file);
+  there.read(known.data(), static_cast<std::streamsize>(known.size()));
+  if (std::string_view(known).substr(0, static_cast<std::size_t>(there.gcount())) == text) return true;
   auto unfinished = file;
   unfinished += ".new";
   {
     std::ofstream stream(unfinished, std::ios::trunc);
-    stream << description.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    stream << text;
     if (!stream.flush()) return false;
   }
   std::error_code error;

@@ -18,8 +18,10 @@ std::filesystem::path recordingsDirectory(Store& store);
 /// Where time shifts go; made.
 std::filesystem::path timeShiftDirectory();
 
-/// "12 News.ts": a title that any file system takes, and that says which recording it is if the title does not.
-std::filesystem::path recordingFileName(std::uint32_t id, const std::string& title);
+/// "12 News.ts": a title that any file system takes, and that says which recording it is if the title does not. It is
+/// not there yet: where the store was lost, another recording may have had the number.
+std::filesystem::path newRecordingFile(const std::filesystem::path& directory, std::uint32_t id,
+                                       const std::string& title);
 
 /// As the store keeps it: relative when it is in the data directory, which may move.
 std::filesystem::path keptPath(const std::filesystem::path& file);
@@ -30,7 +32,7 @@ std::uint64_t freeBytes(const std::filesystem::path& directory);
 /// How many bytes a service takes in this time, roughly.
 std::uint64_t estimatedBytes(const StoredService& service, std::int64_t seconds);
 
-/// Puts what describes a recording beside it; false when it cannot be written.
+/// Puts what describes a recording beside it, if it is not there; false when it cannot be written.
 bool describe(const Recording& recording, std::uint64_t bytes);
 
 /// Removes a recording's file, index and description. False when the file is still there, or its directory is not.

@@ -42,21 +42,16 @@ void repair(Recordings& recordings, const Recording& recording, std::int64_t now
 
 std::optional<Settled> settle(const std::filesystem::path& file) {
   std::error_code error;
-  std::uint64_t size = std::filesystem::file_size(file, error);
+  const std::uint64_t size = std::filesystem::file_size(file, error);
   if (error) return std::nullopt;
   auto entries = readIndex(indexOf(file)).value_or(std::vector<IndexEntry>{});
   if (!entries.empty() && entries.back().offset == size && size % PACKET_SIZE == 0) return Settled{entries.back()};
   if (size % PACKET_SIZE != 0) std::filesystem::resize_file(file, size - size % PACKET_SIZE, error);
   cutIncompleteUnits(file);
-  size = std::filesystem::file_size(file, error);
-  while (!entries.empty() && entries.back().offset > size) entries.pop_back();
-  const bool isAnew = entries.empty();
-  const auto measured = measure(file, isAnew ? IndexEntry{} : entries.back());
-  if (!measured) return std::nullopt;
-  entries.insert(entries.end(), measured->entries.begin(), measured->entries.end());
-  if (entries.empty() || entries.back() != measured->end) entries.push_back(measured->end);
-  if (!writeIndex(indexOf(file), entries)) logLine("recorder: no index can be written for " + file.string());
-  return Settled{measured->end, measured->errors, isAnew};
+  const auto fitted = fit(std::move(entries), file);
+  if (!fitted) return std::nullopt;
+  writeIndex(indexOf(file), fitted->entries);  // where it cannot be, readers make their own
+  return Settled{fitted->entries.back(), fitted->errors, fitted->isAnew};
 }
 
 void repairRecordings(Recordings& recordings, std::int64_t now) {
@@ -79,14 +74,11 @@ void restoreCompanions(Recordings& recordings, const std::stop_token& stop) {
     std::error_code error;
     const std::uint64_t size = std::filesystem::file_size(file, error);
     if (error) continue;
-    if (!readIndex(indexOf(file))) {
-      if (auto measured = measure(file, {}, stop)) {
-        measured->entries.push_back(measured->end);
-        writeIndex(indexOf(file), measured->entries);
-      }
+    auto entries = readIndex(indexOf(file)).value_or(std::vector<IndexEntry>{});
+    if (entries.empty() || entries.back().offset != size - size % PACKET_SIZE) {
+      if (const auto fitted = fit(std::move(entries), file, stop)) writeIndex(indexOf(file), fitted->entries);
     }
-    const auto described = std::filesystem::file_size(descriptionOf(file), error);
-    if (error || described == 0) describe(recording, size);
+    describe(recording, size);
   }
 }
 

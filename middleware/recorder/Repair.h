@@ -25,7 +25,8 @@ std::optional<Settled> settle(const std::filesystem::path& recording);
 /// deleted. What is left of time shifts goes.
 void repairRecordings(Recordings& recordings, std::int64_t now);
 
-/// Makes indexes and descriptions of finished recordings that have been lost, from the stream and the store.
+/// Makes indexes and descriptions of finished recordings anew, from the stream and the store, where they have been lost
+/// or do not fit any more.
 void restoreCompanions(Recordings& recordings, const std::stop_token& stop);
 
 }  // namespace durix

@@ -41,7 +41,8 @@ Take::Take(const Parts& parts, const Timer& timer)
       _takesAllSound(text(parts.reception.store, DURIX_PROPERTY_RECORD_ALL_AUDIO_CHANNELS) != "false"),
       _language(text(parts.reception.store, DURIX_PROPERTY_AUDIO_LANGUAGE)),
       _recording(timer.recording),
-      _stream([this](PacketView::Bytes packet) { takeOwn(packet); }) {
+      _stream([this](PacketView::Bytes packet) { takeOwn(packet); }),
+      _hasFile(timer.recording != 0) {
   if (_recording != 0) {
     _joint.begin();
     if (open()) _state = State::Running;
@@ -115,6 +116,11 @@ void Take::tellScrambled(const PacketView& packet) {
 
 void Take::takeOwn(PacketView::Bytes packet) {
   const PacketView view(packet);
+  if (_isAway) {  // it begins anew when that is over
+    _start.restart();
+    _joint.begin();
+    return;
+  }
   if (!_start.lets(view)) return;
   if (const auto mark = _joint.before(view)) _queue.push(*mark);
   _queue.push(packet);
@@ -140,10 +146,11 @@ void Take::write() {
 }
 
 void Take::writeBatch(const PacketQueue::Batch& batch) {
-  if (!batch.packets.empty() && _file == nullptr) {
-    if (steady_clock::now() < _nextOpen || !open()) return;
+  if (_file == nullptr) {
+    const bool isWanted = !batch.packets.empty() || _isAway;
+    if (!isWanted || steady_clock::now() < _nextOpen || !open()) return;
+    if (_isAway.exchange(false)) return;
   }
-  if (_file == nullptr) return;
   if (!batch.packets.empty()) {
     _file->write(batch.packets);
     _state = State::Running;
@@ -172,6 +179,7 @@ bool Take::open() {
     tellTrouble(error.what());
   }
   _file.reset();
+  _isAway = true;
   return false;
 }
 
@@ -199,9 +207,7 @@ void Take::beginRecording() {
   recording.start = clock::now();
   recording.end = _timer.end;
   const auto naming = [&](std::uint32_t id) {
-    const auto name =
-        _isTimeShift ? std::filesystem::path(std::to_string(id) + ".ts") : recordingFileName(id, _timer.texts.name);
-    return keptPath(directory / name);
+    return keptPath(newRecordingFile(directory, id, _isTimeShift ? "" : _timer.texts.name));
   };
   _recording = _parts.recordings.begin(_timer.id, std::move(recording), naming);
 }
@@ -222,6 +228,7 @@ void Take::openFile() {
     std::filesystem::remove(indexOf(path), error);
   }
   _file = std::make_unique<RecordingFile>(path, known.end);
+  _hasFile = true;
   _errorsBefore = known.errors + (known.isAnew ? 0 : recording->errors);
   _nextKeep = steady_clock::now() + KEEP_INTERVAL;
   _parts.recordings.setWritten(_recording, true);
@@ -270,8 +277,19 @@ void Take::fail(const std::string& why) {
 
 // ---- The end ----
 
-void Take::finish(Ending ending) {
-  if (std::exchange(_isFinished, true)) return;
+bool Take::finish(Ending ending) {
+  if (!std::exchange(_isFinished, true)) endWriting();
+  if (_isKept || _recording == 0) return true;
+  try {
+    keepEnd(ending);
+    _isKept = true;
+  } catch (const Failure& failure) {
+    tellTrouble(failure.what());
+  }
+  return _isKept;
+}
+
+void Take::endWriting() {
   _reception.reset();
   _queue.close();
   _writer.join();
@@ -280,31 +298,34 @@ void Take::finish(Ending ending) {
             " packets");
   }
   if (_recording == 0) return;
-  std::uint64_t errors = _errorsBefore;
-  std::uint64_t size = 0;
   if (_file != nullptr) {
-    errors += _file->errors();
-    size = _file->size();
     try {
       _file->finish();
     } catch (const WriteFailure& failure) {
       logLine(std::string("recorder: ") + failure.what());  // what is missing is read from the stream
     }
+    _errorsBefore += _file->errors();
+    _size = _file->size();
     _file.reset();
   }
   _parts.recordings.setWritten(_recording, false);
-  try {
-    _parts.recordings.changeRecording(_recording, [&](Recording& row) {
-      row.errors = errors;
-      const std::int64_t now = std::max(clock::now(), row.start);
-      row.end = row.end == 0 ? now : std::min(now, row.end);
-      if (ending == Ending::Over) row.state = Recording::State::Finished;
-    });
-    const auto recording = _parts.recordings.recording(_recording);
-    if (recording && !_isTimeShift) describe(*recording, size);
-  } catch (const Failure& failure) {
-    logLine(std::string("recorder: ") + failure.what());
+}
+
+// What never had a file is no recording.
+void Take::keepEnd(Ending ending) {
+  if (!_hasFile && ending == Ending::Over) {
+    if (const auto recording = _parts.recordings.recording(_recording)) removeFiles(resolved(recording->file));
+    _parts.recordings.changeTimer(_timer.id, [](Timer& timer) { timer.recording = 0; });
+    return _parts.recordings.removeRecording(_recording);
   }
+  _parts.recordings.changeRecording(_recording, [&](Recording& row) {
+    row.errors = _errorsBefore;
+    const std::int64_t now = std::max(clock::now(), row.start);
+    row.end = row.end == 0 ? now : std::min(now, row.end);
+    if (ending == Ending::Over) row.state = Recording::State::Finished;
+  });
+  const auto recording = _parts.recordings.recording(_recording);
+  if (recording && !_isTimeShift) describe(*recording, _size);
 }
 
 }  // namespace durix

@@ -49,8 +49,8 @@ class Take : private ServiceTaker {
 
   enum class Ending : std::uint8_t { Over, Interrupted };
   /// Everything that came is written, and the recording is described, when it returns. A recording that is over is
-  /// finished; one that is interrupted may go on later.
-  void finish(Ending ending);
+  /// finished; one that is interrupted may go on later. False while the store has no room for that: to be called again.
+  bool finish(Ending ending);
 
  private:
   void takeProgram(const Program& program) override;
@@ -70,6 +70,8 @@ class Take : private ServiceTaker {
   void limitTimeShift();
   void checkRoom();
   void fail(const std::string& why);
+  void endWriting();
+  void keepEnd(Ending ending);
   ProgramStream::Contents chosenContents(const Program& program) const;
 
   // fixed after construction
@@ -82,6 +84,7 @@ class Take : private ServiceTaker {
   std::atomic<State> _state = State::Waiting;
   std::atomic<std::uint32_t> _recording;  // 0: none yet
   std::atomic<bool> _isEnded = false;     // the reception
+  std::atomic<bool> _isAway = false;      // the place to write to: what comes is lost
   PacketQueue _queue;
 
   // the receiving thread's
@@ -96,6 +99,7 @@ class Take : private ServiceTaker {
   std::chrono::steady_clock::time_point _nextTry;
   std::string _lastTrouble;  // that was logged
   bool _isFinished = false;
+  bool _isKept = false;  // its end, by the store
   std::unique_ptr<ServiceReception> _reception;
 
   // the writer's; when it has ended the recorder's
@@ -104,7 +108,9 @@ class Take : private ServiceTaker {
   std::chrono::steady_clock::time_point _nextKeep;
   std::chrono::steady_clock::time_point _nextOpen;
   std::string _openTrouble;         // that was logged
-  std::uint64_t _errorsBefore = 0;  // of the recording, before this take
+  std::uint64_t _errorsBefore = 0;  // of the recording, before this take; when it has ended all
+  std::uint64_t _size = 0;          // when it has ended
+  bool _hasFile = false;            // it has written, or one before it
   std::uint64_t _limit = 0;         // bytes, of a time shift
   std::uint64_t _forgotten = 0;     // as far as it has given its room back
   std::thread _writer;              // last

@@ -139,4 +139,18 @@ std::optional<Measured> measure(const std::filesystem::path& recording, IndexEnt
   return result;
 }
 
+std::optional<Fitted> fit(std::vector<IndexEntry> entries, const std::filesystem::path& recording,
+                          const std::stop_token& stop) {
+  std::error_code error;
+  const std::uint64_t size = std::filesystem::file_size(recording, error);
+  if (error) return std::nullopt;
+  while (!entries.empty() && entries.back().offset > size) entries.pop_back();
+  const bool isAnew = entries.empty();
+  auto measured = measure(recording, isAnew ? IndexEntry{} : entries.back(), stop);
+  if (!measured) return std::nullopt;
+  entries.insert(entries.end(), measured->entries.begin(), measured->entries.end());
+  if (entries.empty() || entries.back() != measured->end) entries.push_back(measured->end);
+  return Fitted{std::move(entries), measured->errors, isAnew};
+}
+
 }  // namespace durix

@@ -70,4 +70,14 @@ struct Measured {
 std::optional<Measured> measure(const std::filesystem::path& recording, IndexEntry first = {},
                                 const std::stop_token& stop = {});
 
+/// Entries made to fit a recording that nobody writes: what lies behind its end is left out, what is missing is
+/// measured, and the last one is the end. Nothing as above.
+struct Fitted {
+  std::vector<IndexEntry> entries;
+  std::uint64_t errors = 0;  // in what was measured
+  bool isAnew = false;       // which is everything
+};
+std::optional<Fitted> fit(std::vector<IndexEntry> entries, const std::filesystem::path& recording,
+                          const std::stop_token& stop = {});
+
 }  // namespace durix

@@ -51,7 +51,8 @@ std::uint64_t RecordingReader::beginning() const {
   return _recordings.beginning(_id);
 }
 
-// Entries of a growing one come behind those that are known; an index that is not there is made here.
+// Entries of a growing one come behind those that are known; an index that is not there, or is of another stream, is
+// made here.
 void RecordingReader::update() {
   if (_isComplete) return;
   const bool isGrowing = this->isGrowing();  // before the look at what is there
@@ -60,11 +61,8 @@ void RecordingReader::update() {
   }
   if (isGrowing) return;
   _isComplete = true;
-  if (!_entries.empty() && _entries.back().offset >= size()) return;
-  if (const auto measured = measure(_path, _entries.empty() ? IndexEntry{} : _entries.back())) {
-    _entries.insert(_entries.end(), measured->entries.begin(), measured->entries.end());
-    _entries.push_back(measured->end);
-  }
+  if (!_entries.empty() && _entries.back().offset == size()) return;
+  if (auto fitted = fit(_entries, _path)) _entries = std::move(fitted->entries);
 }
 
 std::uint32_t RecordingReader::duration() {

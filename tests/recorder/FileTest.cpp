@@ -13,6 +13,7 @@
 #include "middleware/recorder/Joint.h"
 #include "middleware/recorder/KeptPids.h"
 #include "middleware/recorder/RecordingFile.h"
+#include "middleware/recorder/Repair.h"
 #include "middleware/recordings/RecordingReader.h"
 #include "middleware/recordings/Recordings.h"
 #include "middleware/store/Store.h"
@@ -230,8 +231,9 @@ TEST_F(RecordedFile, IsReadFromTheSecondThatIsWanted) {
   Recordings recordings(store);
   record(multiplexOf({"One"}, 1, 9));
   const auto id = recordings.begin(0, {}, [&](std::uint32_t) { return _directory / "1 x.ts"; });
-  for (const std::string when : {"with its index", "without"}) {
+  for (const std::string when : {"with its index", "without", "with one of something longer"}) {
     if (when == "without") std::filesystem::remove(indexOf(_directory / "1 x.ts"));
+    if (when == "with one of something longer") writeIndex(indexOf(_directory / "1 x.ts"), {{99'000, 99'000'000}});
     const auto reader = RecordingReader::open(recordings, id);
     EXPECT_FALSE(reader->isGrowing());
     EXPECT_EQ(reader->duration(), 9U) << when << ": whole seconds";
@@ -251,6 +253,33 @@ TEST_F(RecordedFile, IsReadFromTheSecondThatIsWanted) {
   }
 }
 
+TEST_F(RecordedFile, HasItsCompanionsMadeAnewWhereTheyAreLostOrDoNotFit) {
+  TemporaryDirectory data;
+  Store store(data.path());
+  Recordings recordings(store);
+  record(multiplexOf({"One"}, 1, 3));
+  const auto file = _directory / "1 x.ts";
+  const auto id = recordings.begin(0, {}, [&](std::uint32_t) { return file; });
+  recordings.changeRecording(id, [](Recording& row) { row.state = Recording::State::Finished; });
+  std::filesystem::remove(indexOf(file));
+  restoreCompanions(recordings, {});
+  const std::string stream = contentsOf(file);
+  const std::string index = contentsOf(indexOf(file));
+  const std::string description = contentsOf(descriptionOf(file));
+  EXPECT_NE(description.find("\"finished\""), std::string::npos);
+  for (const std::string left : {"", "tvindex1", "tvindex1, and then what nobody wrote there", "{\"id\": 1}\n"}) {
+    std::ofstream(indexOf(file)) << left;
+    std::ofstream(descriptionOf(file)) << left;
+    restoreCompanions(recordings, {});
+    EXPECT_EQ(contentsOf(indexOf(file)), index) << left;
+    EXPECT_EQ(contentsOf(descriptionOf(file)), description) << left;
+  }
+  std::filesystem::resize_file(file, stream.size() / 2);
+  restoreCompanions(recordings, {});
+  EXPECT_LE(readIndex(indexOf(file))->back().offset, stream.size() / 2) << "it was cut";
+  EXPECT_EQ(contentsOf(file), stream.substr(0, stream.size() / 2)) << "which nobody else does";
+}
+
 // A small file system in memory, as root only.
 class SmallDisk {
  public:
@@ -264,6 +293,10 @@ class SmallDisk {
     if (_isThere) ::umount2(_place.c_str(), MNT_DETACH);
   }
   bool isThere() const { return _isThere; }
+  bool setReadOnly(bool isReadOnly) const {
+    const unsigned long flags = isReadOnly ? MS_REMOUNT | MS_RDONLY : MS_REMOUNT;
+    return ::mount("tmpfs", _place.c_str(), "tmpfs", flags, nullptr) == 0;
+  }
 
  private:
   std::filesystem::path _place;
@@ -333,6 +366,60 @@ TEST_F(FullDisk, LetsRecordingsBeDeleted) {
   EXPECT_EQ(durix_recorder_remove_recording(_recorder, &recording), DURIX_OK) << "room comes of nothing else";
   EXPECT_TRUE(recordings().empty());
   EXPECT_FALSE(std::filesystem::exists(file));
+  stop();  // before the disk goes
+}
+
+TEST_F(FullDisk, LosesTheTimerAsSoonAsThereIsRoomForThat) {
+  const SmallDisk disk(_middleware.data(), "48m");
+  if (!disk.isThere()) GTEST_SKIP() << "no file system can be mounted here";
+  start();
+  ASSERT_EQ(add("One", now(), now() + 20), DURIX_OK);
+  next();
+  const durix_esg_object recording{9, next().recording, 0};
+  const auto filler = _middleware.data() / "another";
+  std::ofstream filling(filler, std::ios::binary);
+  const std::string part(4096, 'x');
+  while (filling.write(part.data(), static_cast<std::streamsize>(part.size())).flush()) {
+  }
+  EXPECT_EQ(next().event, static_cast<std::uint32_t>(DURIX_EVENT_RECORDER_DEVICE_FULL));
+  filling.close();
+  std::filesystem::remove(filler);
+  EXPECT_TRUE(eventually([&] { return timers().empty(); })) << "it stands in nobody's way";
+  EXPECT_LE(_middleware.number(recording, DURIX_ATTRIBUTE_END_TIME), now()) << "the real end";
+  stop();  // before the disk goes
+}
+
+TEST_F(FullDisk, IsWaitedForWhileNothingCanBeWrittenThere) {
+  const SmallDisk disk(_middleware.data() / "recordings", "64m");
+  if (!disk.isThere()) GTEST_SKIP() << "no file system can be mounted here";
+  start();
+  const std::int64_t then = now() + 3600;
+  ASSERT_EQ(add("One", then, then + 60), DURIX_OK);
+  const auto timer = _added;
+  ASSERT_EQ(add("Two", then, then + 30), DURIX_OK);
+  ASSERT_TRUE(disk.setReadOnly(true));
+  jump(then);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(next().event, static_cast<std::uint32_t>(DURIX_EVENT_TIMER_ACTIVATING));
+  EXPECT_TRUE(eventually([&] { return recordings().size() == 2; })) << "they try";
+  jump(then + 30);
+  const Told over = next();
+  EXPECT_EQ(over.event, static_cast<std::uint32_t>(DURIX_EVENT_TIMER_DEACTIVE));
+  EXPECT_EQ(over.recording, 0U) << "there never was anything";
+  EXPECT_EQ(recordings().size(), 1U);
+  ASSERT_TRUE(disk.setReadOnly(false));
+  const Told active = next();
+  EXPECT_EQ(active.event, static_cast<std::uint32_t>(DURIX_EVENT_TIMER_ACTIVE));
+  EXPECT_TRUE(eventually([&] { return secondsOf(active.recording) >= 1; }));
+  EXPECT_EQ(durix_recorder_remove_timer(_recorder, &timer), DURIX_OK);
+  const std::string bytes = contentsOf(fileOf(active.recording));
+  const std::span<const std::uint8_t> stream(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+  bool hasBegun = false;
+  for (std::size_t at = 0; at < stream.size() && !hasBegun; at += PACKET_SIZE) {
+    const PacketView packet(stream.subspan(at).first<PACKET_SIZE>());
+    hasBegun = packet.pid() == videoPid(0) && packet.hasPayload();
+    EXPECT_TRUE(!hasBegun || beginsKeyFrame(packet, StreamKind::H264)) << "with a picture that needs no other";
+  }
+  EXPECT_TRUE(hasBegun);
   stop();  // before the disk goes
 }
 

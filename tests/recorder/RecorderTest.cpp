@@ -301,6 +301,7 @@ TEST_F(Recorder, FinishesAndForgetsWhatRanOutWhileItWasAway) {
 
 TEST_F(Recorder, FindsRecordingsWhoseDatabaseWasLost) {
   start();
+  ASSERT_EQ(add("One", now() + HOUR, now() + 2 * HOUR), DURIX_OK);  // so that numbers come again below
   ASSERT_EQ(add("One", now(), now() + HOUR), DURIX_OK);
   next();
   const durix_esg_object recording{9, next().recording, 0};
@@ -317,6 +318,14 @@ TEST_F(Recorder, FindsRecordingsWhoseDatabaseWasLost) {
   EXPECT_EQ(_middleware.text(found, DURIX_ATTRIBUTE_NAME), "A name / of \"it\"");
   EXPECT_EQ(_middleware.text(found, DURIX_ATTRIBUTE_SERVICE_ID), "One");
   EXPECT_GE(secondsOf(found.id), 1U);
+  ASSERT_EQ(add("One", now(), now() + HOUR), DURIX_OK);
+  const auto timer = _added;
+  next();
+  const durix_esg_object another{9, next().recording, 0};
+  EXPECT_EQ(another.id, recording.id);
+  EXPECT_NE(fileOf(another.id), fileOf(found.id)) << "the name was taken";
+  EXPECT_EQ(durix_recorder_remove_timer(_recorder, &timer), DURIX_OK);
+  EXPECT_EQ(durix_recorder_remove_recording(_recorder, &another), DURIX_OK);
   EXPECT_EQ(durix_recorder_remove_recording(_recorder, &found), DURIX_OK);
   EXPECT_TRUE(std::filesystem::exists(directory / "holiday.ts") && std::filesystem::exists(directory / "other.ts"));
   stop();
