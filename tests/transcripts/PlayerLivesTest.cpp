@@ -11,6 +11,9 @@
 #include "BroadcastTeletextPlayer.h"
 #include "FFPic.h"
 #include "Theatre.h"
+#include "support/Gate.h"
+#include "velmora/Option.h"
+#include "velmora/Program.h"
 #include "velmora/Service.h"
 
 namespace {
@@ -80,10 +83,13 @@ TEST_F(PlayerLives, GoOnWhenTheirContentHasGone) {
 }
 
 TEST_F(PlayerLives, LetGoOfContentThatDiesWhileTheyAreMade) {
+  stage.addProgram(ONE, 500, "News", 999000, 1001000);
   open();
+  const std::unique_ptr<Player> ofEvent = create(plugin->getProgram(500));
+  const std::unique_ptr<Player> pagesOfEvent = createTeletext(plugin->getProgram(500));
   stage.during["durix_player_create"] = [this] { std::thread([this] { scan(); }).join(); };
   const std::unique_ptr<Player> player = create(channel(ONE));
-  EXPECT_EQ(player->getContent(), nullptr);
+  for (Player* const each : {player.get(), ofEvent.get(), pagesOfEvent.get()}) EXPECT_EQ(each->getContent(), nullptr);
   EXPECT_FALSE(player->start(true));
   stage.scanFinished({"One"});
   const std::unique_ptr<Player> teletext = createTeletext(channel(ONE));
@@ -120,6 +126,25 @@ TEST_F(PlayerLives, GoOnWhenThePluginHasGone) {
   player.reset();
   teletext.reset();
   EXPECT_EQ(lines(), expected("player_without_plugin"));
+}
+
+TEST_F(PlayerLives, StartNoMoreOnceThePluginCloses) {
+  open();
+  const std::unique_ptr<Player> player = create(channel(ONE));
+  const std::unique_ptr<Player> teletext = createTeletext(channel(ONE));
+  Lines said;
+  std::thread host;
+  screen.onCall = [&] {  // the plugin waits for the end of this call before it forgets them
+    host = std::thread([this] { stage.close(); });
+    while (gate::Pass()) std::this_thread::yield();
+    stage.drop();
+    EXPECT_FALSE(player->start(true));
+    EXPECT_FALSE(teletext->start(true));
+    said = stage.take();
+  };
+  send(DURIX_PLAYER_EVENT_FAILED, 1);
+  host.join();
+  EXPECT_EQ(said, (Lines{"INFO BroadcastPlayer::start()", "INFO BroadcastTeletextPlayer::start()"}));
 }
 
 TEST_F(PlayerLives, MayEndInsideTheirListener) {
@@ -172,6 +197,15 @@ TEST_F(PlayerLives, MayEndInsideASettingThatReachesThem) {
   enableSubtitles(true);  // of the main player, which is no more
   prefer("deu", "deu");
   EXPECT_EQ(stage.calls("durix_player_feed_add"), 2);
+  player = create(channel(ONE));
+  const std::unique_ptr<Player> newer = create(channel(ONE));
+  player.reset();
+  plugin->destroySecondaryPlayer(createSecondary(channel(ONE)));
+  stage.drop();
+  Option option;
+  option.init(OPTION_BOOL, OPTION_CATEGORY_PLAYBACK, "", "settings.option.id.enable.subtitles", "", false);
+  plugin->optionChanged(&option);
+  EXPECT_EQ(stage.take(), Lines{"INFO BroadcastPlayer::enableSubtitles: 0"}) << "the newest main player that lives";
 }
 
 TEST_F(PlayerLives, SeeFeedsThatChangeWhileTheyStart) {

@@ -143,6 +143,7 @@ TEST_F(Players, SayWhatTheMiddlewareRefuses) {
   EXPECT_FALSE(player->setMute(false));
   EXPECT_FALSE(player->setVolume(20));
   EXPECT_EQ(player->getVolume(), 60) << "not stored";
+  EXPECT_FALSE(player->setMute(false)) << "nor for the others";
   EXPECT_FALSE(player->pause(false));
   player->seek(1);
   EXPECT_EQ(player->getCurrentPos(), 31U);
@@ -177,7 +178,8 @@ TEST_F(Players, ThatCouldNotBeMadeAreThereAllTheSame) {
   EXPECT_FALSE(player->start(true));
   player->setCanvas(nullptr);
   EXPECT_EQ(player->getCanvas(), nullptr);
-  send(DURIX_PLAYER_EVENT_STARTED, 1);  // what the failed call wrote is nobody's
+  send(DURIX_PLAYER_EVENT_STARTED, 1);                              // what the failed call wrote is nobody's
+  BroadcastPlayer::sendNotifyPlayer(nullptr, plugin, true, false);  // and no player at all is not this one
   player.reset();
   stage.failing = {{"durix_player_create", 3}, {"durix_player_volume_set", 4}};
   EXPECT_TRUE(plugin->destroySecondaryPlayer(createSecondary(channel(ONE))));
@@ -196,6 +198,11 @@ TEST_F(Players, OfOneChannelStartOnce) {
   const std::unique_ptr<Player> second = create(one);
   ASSERT_NE(first, second);
   EXPECT_TRUE(first->start(true));
+  Player* const beside = createSecondary(one);
+  EXPECT_TRUE(beside->start(true)) << "this one all the same";
+  EXPECT_TRUE(beside->stop());
+  EXPECT_TRUE(one->isPlaying()) << "which is the main one's";
+  EXPECT_TRUE(plugin->destroySecondaryPlayer(beside));
   stage.drop();
   EXPECT_TRUE(second->start(true));
   EXPECT_EQ(stage.take(), Lines{"INFO BroadcastPlayer::start()"});
@@ -203,6 +210,27 @@ TEST_F(Players, OfOneChannelStartOnce) {
   stage.drop();
   EXPECT_TRUE(second->start(true)) << "with a recorder the state does not count";
   EXPECT_EQ(stage.take(), Lines{"INFO BroadcastPlayer::start()"});
+}
+
+TEST_F(Players, TakeFeedsOfBothKinds) {
+  give(TWO, {{301, 7, "fin", AC3},
+             {302, 7, "eng"},
+             {300, 1, "eng"},
+             {321, 8, "swe"},
+             {320, 3, "fin"},
+             {311, 6, ""},
+             {310, 2, ""}});
+  open();
+  prefer("eng", "fin", true);
+  enableSubtitles(true);
+  const std::unique_ptr<Player> player = create(channel(TWO));
+  EXPECT_TRUE(player->start(true));
+  EXPECT_EQ(selected(*player), "fin / AC-3|swe") << "the later kind is the one that is shown";
+  Lines added = stage.takeIf([](const std::string& line) { return line.starts_with("durix_player_feed_add"); });
+  for (std::string& line : added) line = line.substr(line.find(',') + 1, 3);
+  EXPECT_EQ(added, (Lines{"300", "310", "301", "311", "320", "321"}));
+  EXPECT_EQ(joined(player->getAudioLanguages()), "fin / AC-3, eng, eng");
+  EXPECT_EQ(joined(player->getSubtitleLanguages()), "swe, fin");
 }
 
 TEST_F(Players, OfRecordingsAndEventsTakeTheirOwnFeeds) {
@@ -230,7 +258,9 @@ TEST_F(Players, OfRecordingsAndEventsTakeTheirOwnFeeds) {
   }
   stage.note("-- an event");
   Program* const program = plugin->getProgram(EVENT);
+  program->setIntProperty("duration", 33);
   std::unique_ptr<Player> player = create(program);
+  EXPECT_EQ(player->getDuration(), 33U);
   EXPECT_TRUE(player->start(true));
   send(DURIX_PLAYER_EVENT_STARTED, 2);
   stage.note("-- its feeds are those of its channel");
@@ -257,6 +287,7 @@ TEST_F(Players, FollowChangesOfTheirOwnChannelOnly) {
   EXPECT_EQ(change(ONE), Lines{}) << "registered, but not started";
   player->start(true);
   EXPECT_EQ(change(TWO), ignored);
+  EXPECT_EQ(change(4294967295U), Lines{"INFO DURIX_EVENT_FEEDS_CHANGED, id:-1"}) << "numbers are shown signed";
   EXPECT_EQ(change(ONE, 2), Lines{"INFO DURIX_EVENT_FEEDS_CHANGED, id:11"});
   give(ONE, {});
   EXPECT_EQ(change(ONE), unread) << "none at all";
@@ -274,6 +305,20 @@ TEST_F(Players, FollowChangesOfTheirOwnChannelOnly) {
       << "no picture, no sound: what is on stays on";
   player->stop();
   EXPECT_EQ(change(ONE), Lines{});
+}
+
+TEST_F(Players, OfSoundAloneFollowToo) {
+  give(ONE, {{4294967290U, 1, "eng", AC3}});
+  open();
+  prefer("eng", "fin", true);
+  const std::unique_ptr<Player> player = create(channel(ONE));
+  player->start(true);
+  send(DURIX_PLAYER_EVENT_STARTED, 1);
+  give(ONE, {{4294967291U, 1, "fin"}, {4294967292U, 1, "eng", AC3}, {4294967293U, 1, "eng"}});
+  changeFeeds(ONE);
+  EXPECT_EQ(selected(*player), "eng|") << "the language stays, the wish for AC-3 is one of the start";
+  EXPECT_EQ(stage.takeIf([](const std::string& line) { return line.starts_with("INFO Feed -"); }),
+            (Lines{"INFO Feed -6 removed", "INFO Feed -3 added"}));
 }
 
 TEST_F(Players, WithoutPictureAndSoundDoNotFollow) {
@@ -319,6 +364,18 @@ TEST_F(Players, BesideTheMainOneAreSilent) {
   EXPECT_EQ(lines(), expected("player_second"));
 }
 
+TEST_F(Players, KeepAMarginToTheEndThatTheyKnew) {
+  open();
+  const std::unique_ptr<Player> player = create(channel(ONE));
+  for (const auto& [duration, known] : {std::pair{100U, 96U}, {4U, 0U}, {3U, 0U}, {5U, 1U}}) {
+    stage.failing.clear();
+    stage.duration = duration;
+    EXPECT_EQ(player->getBufferEnd(), duration);
+    stage.failing = {{"durix_player_get_duration", 1}};
+    EXPECT_EQ(player->getBufferEnd(), known) << duration;
+  }
+}
+
 TEST_F(Players, ShareVolumeAndMute) {
   struct Row {
     const char* property;
@@ -360,9 +417,18 @@ TEST_F(Players, CloseTheGuidesFeedFirst) {
   open();
   plugin->openEsgDataFeeds();
   stage.drop();
-  for (const Lines& wanted : {Lines{"durix_feeds_close(100,1)"}, Lines{}}) {
+  const auto said = [this] {
+    return stage.takeIf([](const std::string& line) {
+      return line.starts_with("durix_feed") || line.starts_with("durix_player_create");
+    });
+  };
+  const std::string makes = "durix_player_create(0,window 7,a listener)";
+  const std::unique_ptr<Player> pages = createTeletext(channel(ONE));
+  plugin->destroySecondaryPlayer(createSecondary(channel(ONE)));
+  EXPECT_EQ(said(), (Lines{"durix_player_create(1,window 7,pictures,a listener)", makes})) << "only main ones do";
+  for (const Lines& wanted : {Lines{"durix_feeds_close(100,1)", makes}, Lines{makes}}) {
     const std::unique_ptr<Player> player = create(channel(ONE));
-    EXPECT_EQ(stage.takeIf([](const std::string& line) { return line.starts_with("durix_feed"); }), wanted);
+    EXPECT_EQ(said(), wanted);
   }
 }
 
