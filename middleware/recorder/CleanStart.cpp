@@ -6,9 +6,10 @@
 namespace durix {
 namespace {
 
-// Key frames come more often, where there are any; the second limit is for streams without a clock.
+// Key frames come more often, where there are any. A clock that is not in so many packets is none: with the picture,
+// its clock may be away, and what is left may be few packets a second.
 constexpr std::chrono::seconds LONGEST_WAIT{5};
-constexpr std::uint32_t MOST_WAITED = 100'000;  // packets of the programme
+constexpr std::uint32_t MOST_WITHOUT_CLOCK = 4'000;  // packets of the programme
 constexpr std::size_t ADAPTATION_FLAGS = 5;
 constexpr std::uint8_t RANDOM_ACCESS = 0x40;
 constexpr std::uint8_t SEQUENCE_HEADER = 0xB3;  // ISO/IEC 13818-2, table 6-1
@@ -91,7 +92,8 @@ bool CleanStart::lets(const PacketView& packet) {
   Part* const part = partOf(pid);
   if (_video) {
     _clock.feed(packet);
-    const bool isPatient = ++_waited < MOST_WAITED && _clock.elapsed() < LONGEST_WAIT;
+    const auto elapsed = _clock.elapsed();
+    const bool isPatient = elapsed < LONGEST_WAIT && (++_waited < MOST_WITHOUT_CLOCK || elapsed.count() > 0);
     const bool isKeyFrame = pid == *_video && part != nullptr && beginsKeyFrame(packet, part->kind);
     if (isPatient && !isKeyFrame) return part != nullptr && part->isOpen;  // what goes on needs not wait
     _video.reset();

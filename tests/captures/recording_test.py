@@ -23,7 +23,7 @@ FREQUENCIES = range(474000000, 600000000, 8000000)
 
 # capture, channels at once, seconds from one key frame of theirs to the next
 ROWS = [
-    ("it-rai-dvbt-2022", ["Rai 1", "Rai 2"], 0.5),
+    ("it-rai-dvbt-2022", ["Rai 1", "Rai 2", "Rai Radio1"], 0.5),
     ("fr-arte-seg1-2019", ["Arte"], 2.0),
     ("fr-france2-2019", ["France 2"], 2.0),
     ("au-abcnews", ["ABC NEWS"], 1.6),
