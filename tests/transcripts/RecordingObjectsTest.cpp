@@ -3,6 +3,7 @@
 #include "BroadcastRecording.h"
 #include "BroadcastScheduling.h"
 #include "RecordingRoom.h"
+#include "recording/StoredClips.h"
 #include "velmora/ParentalRating.h"
 
 namespace {
@@ -74,6 +75,21 @@ TEST_F(RecordingObjects, OfNothingAreEmpty) {
   EXPECT_EQ(recording.getStartTime() + recording.getEndTime(), "ZZ");
   EXPECT_EQ(recording.getDuration(), 0);
   EXPECT_EQ(recording.propertyGet("uri:friendly", ""), "::bcastrecording::::0::0");
+}
+
+/// A middleware may take a timer and hand out none.
+TEST_F(RecordingObjects, AreNotMadeOfNothing) {
+  struct NoChannels final : RecorderHost {
+    Service* getService(const std::string&, unsigned) override { return nullptr; }
+  } host;
+  ClipRegistry clips;
+  const std::atomic<durix_recorder*> none = nullptr;
+  StoredClips stored(*plugin, host, clips, none);
+  EXPECT_EQ(stored.createRecording(nullptr), nullptr);
+  EXPECT_EQ(stored.createScheduling(nullptr), nullptr);
+  EXPECT_EQ(told(),
+            "ERR Given recording handle is null, cannot create recording\n"
+            "ERR Given scheduling handle is null, cannot create scheduling\n");
 }
 
 TEST_F(RecordingObjects, GiveTheirFeedsBack) {
