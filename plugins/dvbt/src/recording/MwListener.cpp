@@ -26,7 +26,7 @@ struct Living {
 };
 
 Living& living() {
-  static Living* const instance = new Living;
+  static auto* const instance = new Living;
   return *instance;
 }
 
