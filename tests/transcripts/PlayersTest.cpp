@@ -4,6 +4,7 @@
 #include "BroadcastRecording.h"
 #include "ServiceImpl.h"
 #include "Theatre.h"
+#include "velmora/Recorder.h"
 
 namespace {
 
@@ -110,6 +111,7 @@ TEST_F(Players, AreSteeredByTheHost) {
   player->stop();
   give(ONE, {{110, 2, ""}, {121, 3, "fin"}});
   EXPECT_TRUE(player->start(false));
+  EXPECT_EQ(selected(*player), "|") << "nothing of what was shown before";
   EXPECT_EQ(lines(), expected("player_steered"));
 }
 
@@ -130,6 +132,7 @@ TEST_F(Players, SayWhatTheMiddlewareRefuses) {
   EXPECT_TRUE(player->stop()) << "it has not started";
   stage.failing = {{"durix_player_start", 6}};
   EXPECT_FALSE(player->start(true));
+  EXPECT_TRUE(player->stop()) << "nor now";
   stage.failing = {{"durix_player_volume_set", 7}};
   EXPECT_TRUE(player->start(true)) << "without the volume that was asked for";
   send(DURIX_PLAYER_EVENT_STARTED, 1);
@@ -319,6 +322,9 @@ TEST_F(Players, OfSoundAloneFollowToo) {
   EXPECT_EQ(selected(*player), "eng|") << "the language stays, the wish for AC-3 is one of the start";
   EXPECT_EQ(stage.takeIf([](const std::string& line) { return line.starts_with("INFO Feed -"); }),
             (Lines{"INFO Feed -6 removed", "INFO Feed -3 added"}));
+  give(ONE, {{4294967294U, 1, "eng", AC3}});
+  changeFeeds(ONE);
+  EXPECT_EQ(selected(*player), "eng / AC-3|");
 }
 
 TEST_F(Players, WithoutPictureAndSoundDoNotFollow) {
@@ -330,6 +336,9 @@ TEST_F(Players, WithoutPictureAndSoundDoNotFollow) {
   stage.drop();
   changeFeeds(ONE);
   EXPECT_EQ(stage.take(), Lines{});
+  give(ONE, {{100, 1, "eng"}});
+  player->changeAudioLanguage("eng");
+  EXPECT_EQ(stage.calls("durix_player_feed_remove"), 1) << "the middleware is asked to remove an empty record";
 }
 
 TEST_F(Players, BesideTheMainOneAreSilent) {
@@ -374,6 +383,28 @@ TEST_F(Players, KeepAMarginToTheEndThatTheyKnew) {
     stage.failing = {{"durix_player_get_duration", 1}};
     EXPECT_EQ(player->getBufferEnd(), known) << duration;
   }
+}
+
+TEST_F(Players, BesideARecordingLeaveItItsReceiver) {
+  stage.addProgram(TWO, EVENT, "News", 999000, 1001000);
+  stage.numbers[{ONE, DURIX_ATTRIBUTE_SOURCE_ID}] = 1;
+  stage.numbers[{TWO, DURIX_ATTRIBUTE_SOURCE_ID}] = 2;
+  open();
+  Service* const one = channel(ONE);
+  Service* const two = channel(TWO);
+  Player* second = createSecondary(plugin->getProgram(EVENT));
+  EXPECT_FALSE(one->isPlayable()) << "an event takes the receiver of its channel";
+  plugin->destroySecondaryPlayer(second);
+  EXPECT_TRUE(one->isPlayable());
+  plugin->getRecorder()->init();
+  const Scheduling* const timer = plugin->getRecorder()->record("Now", one, 1000010, 1000070);
+  ASSERT_NE(timer, nullptr);
+  stage.deliver(Event(DURIX_EVENT_TIMER_ACTIVE).put(DURIX_OFFSET_TIMER_ID, timer->getId()));
+  second = createSecondary(two);
+  EXPECT_FALSE(two->isPlayable()) << "the recording has the receiver";
+  plugin->setPlayableStatus({});
+  plugin->destroySecondaryPlayer(second);
+  EXPECT_FALSE(two->isPlayable()) << "and keeps it";
 }
 
 TEST_F(Players, ShareVolumeAndMute) {

@@ -82,7 +82,7 @@ TEST_F(Settings, OfferEveryLanguageWithoutAFileOfThem) {
        {Row{"no file", nullptr, "fin", "settings_without_languages_file"},
         Row{"a file without a language", "# lang:eng\nlang:deu:eng\nlangs:deu\n", "", "settings_without_languages"}}) {
     stage.close();
-    stage.properties = {{DURIX_PROPERTY_HIDE_RADIO, "true"}, {DURIX_PROPERTY_HIDE_PROTECTED, "false"}};
+    stage.properties = {{DURIX_PROPERTY_HIDE_RADIO, "true"}, {DURIX_PROPERTY_HIDE_PROTECTED, "no"}};
     stage.files.clear();
     if (row.file != nullptr) stage.files["/lib/scan_conf.txt"] = row.file;
     Velmora::getInstance()->setProperty("esg_language", row.chosen);
@@ -105,8 +105,8 @@ TEST_F(Settings, DoWhatIsStatedWhenTheyChange) {
   start();
   EXPECT_EQ(change("esg.language", "deu"), Lines{"durix_property_set(1,deu)"});
   EXPECT_EQ(change("esg.language", "deu"), Lines{}) << "no change";
-  EXPECT_EQ(change("audio.language", "deu"), Lines{"durix_property_set(2,deu)"});
-  EXPECT_EQ(change("subtitle.language", "deu"), Lines{});
+  EXPECT_EQ(change("audio.language", "swe"), Lines{"durix_property_set(2,swe)"});
+  EXPECT_EQ(change("subtitle.language", "fin"), Lines{});
   EXPECT_EQ(change("hide.radio", true), Lines{"durix_property_set(15,true)"});
   EXPECT_EQ(change("hide.protected", false), Lines{"durix_property_set(14,false)"});
   EXPECT_EQ(change("enable.subtitles", true), Lines{});
@@ -114,7 +114,7 @@ TEST_F(Settings, DoWhatIsStatedWhenTheyChange) {
   EXPECT_EQ(change("location", "Town"), Lines(2, "INFO New scan conf set location = Town")) << "two bear the name";
   EXPECT_EQ(change("location", "Hill"), Lines{"INFO New scan conf set location = Hill"});
   EXPECT_EQ(change("location", "Nowhere"), Lines{});
-  EXPECT_EQ(plugin->getPreferredAudioLanguage() + plugin->getPreferredSubtitleLanguage(), "deudeu");
+  EXPECT_EQ(plugin->getPreferredAudioLanguage() + plugin->getPreferredSubtitleLanguage(), "swefin");
   EXPECT_TRUE(plugin->isSubtitlesEnabled());
   EXPECT_EQ(plugin->getTimeshiftDuration(), 45);
 
@@ -128,7 +128,7 @@ TEST_F(Settings, DoWhatIsStatedWhenTheyChange) {
   EXPECT_TRUE(plugin->isPreferredAudioTypeMultiChannel());
   plugin->optionChanged(nullptr);
   EXPECT_EQ(stage.take(), Lines{});
-  plugin->optionChanged(plugin->getOptions()->front()->getOption("velmora.option.channel_list.id"));
+  plugin->getOptions()->front()->getOption("velmora.option.channel_list.id")->setValue("now");
   EXPECT_EQ(stage.take(), (Lines{"INFO BroadcastPluginImpl::getOptions()", "INFO Update Channel list"}));
   for (const char* const message : {"Update Channel list", "New scan conf set location = Hill"}) {
     EXPECT_EQ(stage.originOf(message), "BC_PLUGIN plugins/dvbt/src/BroadcastPluginImpl") << message;

@@ -79,6 +79,7 @@ TEST_F(Teletext, SaysWhatTheMiddlewareRefuses) {
   EXPECT_TRUE(player->stop()) << "it has not started";
   stage.failing = {{"durix_player_start", 6}};
   EXPECT_FALSE(player->start(false));
+  EXPECT_TRUE(player->stop()) << "nor now";
   stage.failing = {{"durix_player_stop", 7},
                    {"durix_player_pause", 8},
                    {"durix_player_teletext_set_page", 9},
@@ -152,6 +153,8 @@ TEST_F(Teletext, MayBeDeletedFromInsideAPicture) {
   screen.onCall = [&] { player.reset(); };
   show(1, 3);
   EXPECT_EQ(player, nullptr);
+  player.reset(plugin->createTeletextPlayer(channel(ONE), nullptr, nullptr));
+  show(2, 3);  // to nobody
 }
 
 }  // namespace
