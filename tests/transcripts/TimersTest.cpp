@@ -265,7 +265,7 @@ TEST_F(Timers, FindTheirProgrammesInNewGuideData) {
 class WorstMoments : public Timers {
  protected:
   /// Done once, inside the notice that begins so.
-  void during(const std::string& beginning, std::function<void()> work) {
+  void during(const std::string& beginning, const std::function<void()>& work) {
     onNotice = [this, beginning, work](const std::string& notice) {
       if (!notice.starts_with(beginning)) return;
       onNotice = nullptr;

@@ -62,7 +62,7 @@ void TimerEvents::timerActive(const durix_event_data* data) {
 }
 
 /// Carries the timer's times over and marks both as recording.
-void TimerEvents::activate(Scheduling* scheduling, Recording* recording) {
+void TimerEvents::activate(Scheduling* scheduling, Recording* recording) const {
   if (!scheduling->getStartTime().empty()) recording->setStartTime(scheduling->getStartTime());
   if (scheduling->getStartTimeT() > 0) recording->setStartTimeT(scheduling->getStartTimeT());
   if (scheduling->getEndTimeT() > 0) recording->setEndTimeT(scheduling->getEndTimeT());
@@ -75,7 +75,7 @@ void TimerEvents::activate(Scheduling* scheduling, Recording* recording) {
   recording->setActive(true);
 }
 
-void TimerEvents::markPrograms(Scheduling* scheduling) {
+void TimerEvents::markPrograms(Scheduling* scheduling) const {
   const std::vector<AvContent*> programs = scheduling->getTargetPrograms();
   BC_INFO(LOG, "programs != NULL, size = %d", static_cast<int>(programs.size()));
   for (AvContent* const program : programs) {
@@ -87,7 +87,7 @@ void TimerEvents::markPrograms(Scheduling* scheduling) {
   }
 }
 
-void TimerEvents::unmarkPrograms(Scheduling* scheduling, bool activeToo) {
+void TimerEvents::unmarkPrograms(Scheduling* scheduling, bool activeToo) const {
   for (AvContent* const program : scheduling->getTargetPrograms()) {
     if (program == nullptr) continue;
     setScheduledForRecording(program, false);

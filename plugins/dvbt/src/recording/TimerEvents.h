@@ -52,9 +52,9 @@ class TimerEvents {
   void updateRecordingTagsForServices();
 
  private:
-  void activate(Scheduling* scheduling, Recording* recording);
-  void markPrograms(Scheduling* scheduling);
-  void unmarkPrograms(Scheduling* scheduling, bool activeToo);
+  void activate(Scheduling* scheduling, Recording* recording) const;
+  void markPrograms(Scheduling* scheduling) const;
+  void unmarkPrograms(Scheduling* scheduling, bool activeToo) const;
   /// Works out anew which services can be received beside the running recordings.
   void updatePlayableStatus();
   void handleSchedulingEnd(Scheduling* scheduling);
