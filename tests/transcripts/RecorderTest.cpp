@@ -281,6 +281,7 @@ TEST_F(Recorders, KeepOneTimeshift) {
   stage.drop();
   recorder->timeshift(channel(ONE), 0);
   EXPECT_NE(told().find(",1,0,0,0,One)\n"), std::string::npos) << "without an end";
+  stage.during.clear();  // it is left running until the plugin closes
 }
 
 TEST_F(Recorders, DeleteRecordings) {
