@@ -427,14 +427,12 @@ void BroadcastPlayer::exchangeFeeds(const std::vector<durix_esg_object>& feeds) 
   using namespace feed_chooser;
   const durix_esg_object video = findFeedType(feeds, DURIX_FEED_VIDEO, {}, DURIX_FEED_CONTENT_ANY);
   removeChanged(&_feeds.video, video);
-  durix_esg_object audio{};
-  durix_esg_object subtitle{};
-  if (!_secondary) {
-    audio = findFeedType(feeds, DURIX_FEED_AUDIO, audioWish(_selectedAudioLanguage).language, DURIX_FEED_CONTENT_ANY);
-    removeChanged(&_feeds.audio, audio);
-    subtitle = findFeedType(feeds, DURIX_FEED_SUBTITLES, _selectedSubtitleLanguage, DURIX_FEED_CONTENT_ANY);
-    removeChanged(&_feeds.subtitle, subtitle);
-  }
+  const durix_esg_object audio =
+      findFeedType(feeds, DURIX_FEED_AUDIO, audioWish(_selectedAudioLanguage).language, DURIX_FEED_CONTENT_ANY);
+  removeChanged(&_feeds.audio, audio);
+  const durix_esg_object subtitle =
+      findFeedType(feeds, DURIX_FEED_SUBTITLES, _selectedSubtitleLanguage, DURIX_FEED_CONTENT_ANY);
+  removeChanged(&_feeds.subtitle, subtitle);
   addChanged(&_feeds.video, video);
   if (_secondary) return;
   if (addChanged(&_feeds.audio, audio)) _selectedAudioLanguage = shownAudioLanguage(audio);

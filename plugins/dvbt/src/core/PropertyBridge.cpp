@@ -41,9 +41,9 @@ void PropertyBridge::setDurixProperty(const std::string& name, const std::string
 }
 
 std::string PropertyBridge::getDurixProperty(durix_property number) {
-  MwText text;
-  if (durix_property_get(_host.durixHandle(), number, text.out()) != DURIX_OK) return {};
-  return text.str();
+  char* text = nullptr;
+  if (durix_property_get(_host.durixHandle(), number, &text) != DURIX_OK) return {};  // what is there then is nobody's
+  return MwText(text).str();
 }
 
 void PropertyBridge::notifyPropertyChanged(const std::string& name, const std::string& value) {

@@ -17,7 +17,7 @@ enum class LockRank : std::uint8_t {
   OrderFile,         // service_order.dat
   MainPlayer,        // the current main player
   Notices,           // _updateDataMutex, or the notifier's mutex
-  FeedRegistration,  // registering feeds-changed callbacks
+  FeedRegistration,  // what feeds-changed registrations are due
   Player,            // __listMutex, __playersMutex, or one player's lock
   Programmes,        // one service's programme mutex
   Parser,            // the locations parser
