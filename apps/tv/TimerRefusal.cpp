@@ -1,8 +1,10 @@
 #include "TimerRefusal.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
-#include <map>
+#include <utility>
 #include <vector>
 
 #include "CommandLine.h"
@@ -34,16 +36,15 @@ std::string timerText(Scheduling& timer) {
 }
 
 std::string conflictText(Context& context, const TimerWish& wish) {
-  const std::string advice = "; cancel one with \"tv timers cancel ID\", or choose another time";
+  const std::string advice = "; \"tv timers cancel ID\" makes room, or choose another time";
   const unsigned service = wish.service == nullptr ? 0 : wish.service->getId();
   const auto conflict = context.session.sideDoor().conflict(service, wish.start, wish.end, wish.timer);
   if (!conflict || conflict->timers.empty()) return "other timers need the receivers at that time" + advice;
-  std::vector<std::string> texts;
-  for (Scheduling* timer : recorderOf(context.session.plugin()).getScheduled()) {
-    if (std::ranges::count(conflict->timers, timer->getId()) > 0) texts.push_back(timerText(*timer));
-  }
+  std::vector<Scheduling*> timers = recorderOf(context.session.plugin()).getScheduled();
+  std::erase_if(timers, [&](Scheduling* timer) { return std::ranges::count(conflict->timers, timer->getId()) == 0; });
+  std::ranges::sort(timers, {}, [](Scheduling* timer) { return std::pair(timer->getStartTimeT(), timer->getId()); });
   std::string others;
-  for (const std::string& text : texts) others += (others.empty() ? "" : ", ") + text;
+  for (Scheduling* timer : timers) others += (others.empty() ? "" : ", ") + timerText(*timer);
   return "with " + counted(conflict->receivers, "receiver") + " this cannot be recorded beside " + others + advice;
 }
 
@@ -65,6 +66,9 @@ std::string refusalOf(Context& context, const TimerWish& wish) {
   std::error_code fault;
   if (!std::filesystem::is_directory(directory, fault)) {
     return "the directory of recordings, \"" + directory + "\", is not there";
+  }
+  if (access(directory.c_str(), W_OK | X_OK) != 0) {
+    return "the directory of recordings, \"" + directory + "\", may not be written to";
   }
   return "the recorder refused it" + logHint(context);
 }

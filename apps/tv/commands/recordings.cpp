@@ -202,9 +202,13 @@ class RunningTimeShift {
   RunningTimeShift(const RunningTimeShift&) = delete;
   RunningTimeShift& operator=(const RunningTimeShift&) = delete;
   ~RunningTimeShift() {
-    if (_session.timeShift() == _recording) _session.setTimeShift(nullptr);
+    if (isOver()) return;
+    _session.setTimeShift(nullptr);
     _recorder.endTimeshift(_recording);
   }
+
+  /// There is one at a time: whoever starts another one has ended this.
+  bool isOver() const { return _session.timeShift() != _recording; }
 
  private:
   Session& _session;
@@ -230,6 +234,7 @@ int timeShift(Context& context, const TimeShiftWish& wish) {
   const std::int64_t end = recording->getEndTimeT();
   while (host::now() < end && context.output.good()) {
     context.interrupt.check();
+    if (running.isOver()) throw Failure("another time shift has taken the place of this one");
     const std::int64_t passed = std::clamp<std::int64_t>(host::now() - begun, 0, length);
     context.output.progress(static_cast<unsigned>(passed * 100 / std::max<std::int64_t>(length, 1)),
                             service->getName());

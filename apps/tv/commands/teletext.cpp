@@ -25,6 +25,7 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::seconds CAROUSEL{30};  // a page that is sent at all comes within this time
 constexpr milliseconds NEIGHBOUR_LIMIT{2000};
+constexpr milliseconds SETTLING{1500};
 constexpr milliseconds TURN{50};
 
 struct TeletextWish {
@@ -130,6 +131,13 @@ std::string absence(TeletextSession& teletext, const std::string& channel, const
   return text + "near it there is " + list;
 }
 
+/// What is drawn again within a moment is more complete: its links are known later than the page, rows were lost.
+void settle(TeletextSession& teletext, ReceivedPage& page, const Interrupt& interrupt) {
+  const auto end = steady_clock::now() + SETTLING;
+  const auto left = [&] { return std::chrono::ceil<milliseconds>(end - steady_clock::now()); };
+  while (auto again = teletext.receive(page.place, left(), interrupt)) page = *std::move(again);
+}
+
 void show(const Context& context, const ReceivedPage& page) {
   if (!context.output.json()) {
     for (const std::string& line : page.lines) context.output.line(teletextLine(line));
@@ -153,6 +161,7 @@ int teletext(Context& context, const TeletextWish& wish) {
   }
   std::optional<ReceivedPage> page = session.receive(wish.place, CAROUSEL, context.interrupt);
   if (!page) throw Failure(absence(session, name, wish.place, context.interrupt));
+  settle(session, *page, context.interrupt);
   if (!wish.png.empty()) {
     page->picture.pixels = page->pixels.data();
     const std::string path = (std::filesystem::path(context.directory) / wish.png).string();
