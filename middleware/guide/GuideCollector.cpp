@@ -79,10 +79,11 @@ void GuideCollector::turn(const std::stop_token& stop) {
     _forgotten = Clock::now();
     flush();
   }
+  const bool isOpen = _parts.feeds.isAnyOpen();  // before the list is looked at: a feed is of a list that is there
   refreshCatalogue();
   _isEnabled = _parts.store.property(DURIX_PROPERTY_ESG_UPDATE) != "false";
   takeTapped();
-  const auto next = _isEnabled && _parts.feeds.isAnyOpen() ? nextMultiplex() : std::nullopt;
+  const auto next = _isEnabled && isOpen ? nextMultiplex() : std::nullopt;
   if (next && takeReceiver()) {
     _busySince.reset();
     tellDone(false);
@@ -94,13 +95,13 @@ void GuideCollector::turn(const std::stop_token& stop) {
   if (!isBusy) _busySince.reset();
   if (isBusy && !_busySince) _busySince = Clock::now();
   _receiver.reset();
-  if (!isBusy && _parts.feeds.isAnyOpen() && wasAllReceived()) {
+  if (!isBusy && isOpen && wasAllReceived()) {
     _parts.guide.endRound();
     flush();
   }
   if (_isStoreFailing) flush();
   tellOfChange(_tapped.empty());
-  tellDone(_parts.feeds.isAnyOpen() && !_changedSince && (!isBusy || isStuck()));
+  tellDone(isOpen && !_changedSince && (!isBusy || isStuck()));
   _parts.feeds.waitForChange(stop, isBusy || _changedSince ? BUSY_TURN : IDLE_TURN);
 }
 
