@@ -17,6 +17,11 @@ namespace durix::test {
 namespace {
 
 const std::filesystem::path AIR = TV_TEST_AIR;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int SLOWNESS = 4;
+#else
+constexpr int SLOWNESS = 1;
+#endif
 
 Television sampleBroadcast(unsigned tuners = 1) {
   return Television({AIR / "474000000.ts", AIR / "482000000.ts", AIR / "490000000.ts"}, tuners);
@@ -159,8 +164,11 @@ TEST(LivePlayer, SharesAReceiverAndZapsAtOnce) {
   EXPECT_TRUE(two.waitForPosition(1));
   EXPECT_TRUE(two.stop());
   two.destroy();
+  // Half a second from one key frame to the next, and one and a half from there; the machine may be loaded at times.
+  constexpr std::chrono::seconds LIMIT{SLOWNESS * 2};
   auto shortest = std::chrono::steady_clock::duration::max();
-  for (const auto* const channel : {"Северный свет", "Télé Rivière", "Северный свет"}) {
+  for (int tries = 0; tries < 2 || (tries < 6 && shortest >= LIMIT); ++tries) {
+    const auto* const channel = tries % 2 == 0 ? "Северный свет" : "Télé Rivière";
     const auto begin = std::chrono::steady_clock::now();
     Screen next;
     ASSERT_TRUE(next.play(television, channel));
@@ -170,8 +178,7 @@ TEST(LivePlayer, SharesAReceiverAndZapsAtOnce) {
     RecordProperty(channel,
                    static_cast<int>((std::chrono::steady_clock::now() - begin) / std::chrono::milliseconds(1)));
   }
-  // Half a second from one key frame to the next, and one and a half from there; the machine may be loaded at times.
-  EXPECT_LT(shortest, std::chrono::seconds(2));
+  EXPECT_LT(shortest, LIMIT);
   EXPECT_TRUE(one.waitForPosition(one.position() + 1)) << "the other one is not disturbed";
 }
 
